@@ -1,0 +1,10 @@
+// Placeholder until the report writer arrives.
+#include "reports/report.hpp"
+
+#include "validation/context.hpp"
+
+namespace volp {
+
+int GerarArquivoValidacao(Run&, int) { return 0; }
+
+}  // namespace volp

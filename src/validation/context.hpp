@@ -1,0 +1,160 @@
+// The state of one validation run and the state that outlives it.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <ctime>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "layout/municipios.hpp"
+#include "reports/findings.hpp"
+#include "rules/block0.hpp"
+#include "rules/block1.hpp"
+#include "rules/block9.hpp"
+#include "validation/log.hpp"
+#include "validation/record.hpp"
+#include "validation/states.hpp"
+
+namespace volp {
+
+// What outlives a run inside one process: the findings list with its counters,
+// the per-type counters, the record counts, the stop flag, the phase timers
+// and the texts computed once (versions). The exported C entry keeps one for
+// the process; the C++ API makes a fresh one per call.
+struct ProcessState {
+  FindingsCollector findings;
+  int64_t known_records = 0;
+  int64_t unknown_records = 0;
+  bool stop = false;
+  int64_t read_us = 0;     // Leitura
+  int64_t scan_us = 0;     // Varredura
+  int64_t report_us = 0;   // GravacaoValidacao
+  int64_t summary_us = 0;  // GravacaoRCAD
+  int64_t read_ns = 0;     // (nanosecond accumulators behind the four above)
+  int64_t scan_ns = 0;
+  bool versions_loaded = false;
+  std::string version_dll;
+  std::string version_zulkop;
+  std::time_t last_partial_write = 0;
+};
+
+// Caller's choices for one run (the C++ API and the CLI set them; the C entry
+// uses the defaults).
+struct RunOptions {
+  // Directory of RELATORIO_DTB_BRASIL_MUNICIPIO.csv; empty = current directory.
+  std::string tables_dir;
+  // The day of the run as AAAAMMDD; empty = today's local date.
+  std::string today;
+  // Raised from outside (Ctrl-C in the CLI) to stop the run as the stop file does.
+  const std::atomic<bool>* stop_request = nullptr;
+  // Called every 100,000 lines with bytes read and the file size.
+  std::function<void(int64_t bytes_read, int64_t file_size)> progress;
+};
+
+inline constexpr int64_t kLinhasPorDeslocamento = 1000000;
+inline constexpr int kMaxDeslocamentos = 10000;
+
+struct ValidationContext {
+  // File.
+  std::string path;
+  int64_t file_size = 0;
+  int64_t declared_lines = 0;  // from the 9999 read ahead
+
+  // Position of the current record.
+  int64_t line = 0;
+  int64_t offset = 0;      // first byte of the current record
+  int64_t end_offset = 0;  // byte after it
+  int64_t records_read = 0;
+  int64_t records_read_at_end = 0;
+
+  // Line statistics.
+  int64_t longest = 0;
+  int64_t shortest = 0;
+  int32_t average = 0;
+
+  // Structure.
+  int state = kAguardando0000;
+  int previous_state = -1;
+  int previous_type = -1;  // previous record type as an integer
+  int previous_type_index = -1;
+
+  // Records per block (type starting with '0', '1', '9').
+  int64_t block0 = 0;
+  int64_t block1 = 0;
+  int64_t block9 = 0;
+
+  // Header values (0000 and 0005).
+  std::string cod_ver;
+  int finalidade = 0;
+  std::string uf_fisco;
+  std::string cnpj;
+  std::string nome;
+  std::string dt_ini;
+  std::string dt_fin;
+  int tp_amb = 0;
+  std::string mes_val;
+  std::string uf;        // 0005 UF
+  std::string endereco;  // 0005 address
+  std::string cep;
+  std::string contato;
+  std::string telefone;
+  std::string email;
+
+  // One offset per million lines.
+  std::vector<int64_t> line_offsets;
+
+  // SHA-256 of the input, 64 upper-case hex digits; empty when not finished.
+  std::string sha256;
+
+  // Output names.
+  std::string report_name;  // <stem>.validacao.xml
+  std::string stop_file;    // <cwd>/.parar_ValidadorVOLP-<pid>
+
+  // Timers.
+  int64_t start_ns = 0;             // high-resolution start of the run
+  std::time_t start_time = 0;       // calendar start (set-up step 1)
+  std::time_t run_start_time = 0;   // calendar start of the reading
+  std::time_t last_stop_check = 0;  // calendar time of the last stop poll
+};
+
+// Everything one run reads and writes, passed explicitly to every step.
+struct Run {
+  Run(ProcessState& ps_, Log& log_, const Municipios& mun_, const RunOptions& opts_)
+      : ps(ps_), log(log_), municipios(mun_), opts(opts_) {}
+
+  ProcessState& ps;
+  Log& log;
+  const Municipios& municipios;
+  const RunOptions& opts;
+  std::string today;  // AAAAMMDD, the day of the run
+
+  ValidationContext ctx;
+  Block0State block0;
+  Block1State block1;
+  Block9State block9;
+
+  FindingsCollector& findings() { return ps.findings; }
+  bool TooManyErrors() const { return ps.findings.errors >= kMaxErrors; }
+
+  // Records a finding against the current record and one of its fields
+  // (index 0 = the record as a whole with field number 0).
+  void Report(const Record& r, int field_index, int32_t severity, std::string_view message);
+  // Records a finding at another position (an earlier record's line).
+  void ReportAt(int64_t offset, int64_t line, int type_index, int32_t field_index,
+                const FieldRef* field, int32_t severity, std::string_view message);
+};
+
+// printf into the 300-byte message buffer that every check uses (longer texts
+// are cut, as the format's messages always were).
+struct Msg {
+  char buf[300];
+  const char* operator()(const char* fmt, ...)
+#if defined(__GNUC__)
+      __attribute__((format(printf, 2, 3)))
+#endif
+      ;
+};
+
+}  // namespace volp

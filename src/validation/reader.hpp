@@ -1,0 +1,22 @@
+// Reading the declaration file: lines of at most 9,999 bytes (longer lines
+// come in 9,999-byte pieces, each handled as a record), framing checks, and
+// the split of a line into the fields of its record type.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace volp {
+
+struct Run;
+struct Record;
+
+inline constexpr int64_t kMaxLinePiece = 9999;
+
+// Checks the frame of one line as read (CR LF included), reports what is
+// wrong, and splits it into `rec`. Returns the row of the record type, or -1
+// for a line whose type is unknown (or that has none). Uses run.ctx.line and
+// run.ctx.offset for the findings.
+int CheckAndSplit(Run& run, std::string_view raw_line, Record& rec);
+
+}  // namespace volp
