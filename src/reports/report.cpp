@@ -6,5 +6,6 @@
 namespace volp {
 
 int GerarArquivoValidacao(Run&, int) { return 0; }
+int GerarArquivoRCAD(Run&, const std::string&) { return 0; }
 
 }  // namespace volp

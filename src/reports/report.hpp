@@ -1,6 +1,8 @@
 // The validation report <stem>.validacao.xml.
 #pragma once
 
+#include <string>
+
 namespace volp {
 
 struct Run;
@@ -11,5 +13,9 @@ enum ReportMode : int { kParcial = 0, kFinal = 1, kCompletar = 2 };
 // most every 5 s) and mode 1 write a whole document; mode 2 completes the file
 // mode 1 left open and copies it into place. Returns 0 on success.
 int GerarArquivoValidacao(Run& run, int mode);
+
+// The registration summary <stem>.rcad.txt, written only when a run ends
+// without errors. Returns 0 on success.
+int GerarArquivoRCAD(Run& run, const std::string& stem);
 
 }  // namespace volp

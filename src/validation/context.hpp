@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdio>
 #include <cstdint>
 #include <ctime>
 #include <functional>
@@ -117,6 +118,11 @@ struct ValidationContext {
   std::time_t start_time = 0;       // calendar start (set-up step 1)
   std::time_t run_start_time = 0;   // calendar start of the reading
   std::time_t last_stop_check = 0;  // calendar time of the last stop poll
+
+  // The working file of the report, left open by the final write (mode 1)
+  // for the completing write (mode 2).
+  std::FILE* report_file = nullptr;
+  std::string report_work_name;
 };
 
 // Everything one run reads and writes, passed explicitly to every step.
