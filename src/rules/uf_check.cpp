@@ -1,8 +1,55 @@
-// Placeholder until the UF check arrives.
+// A record that carries an address (the declarant's 0005, a client's 0100, a
+// partner's 0300, an authorised institution's 0600) names its UF, and its
+// municipality code and CEP must agree with it: the first two digits of an
+// IBGE municipality code are the code of its UF, and every UF owns one or
+// two ranges of CEP prefixes.
 #include "rules/uf_check.hpp"
 
-namespace volp {
+#include "layout/identifiers.hpp"
+#include "layout/latin1.hpp"
+#include "validation/context.hpp"
 
-void VerificarUfMunicipioCep(Run&, Record&, int, int, int) {}
+namespace volp {
+namespace {
+
+int Len(std::string_view s) { return static_cast<int>(s.size()); }
+
+void ReportOtherUf(Run& run, Record& rec, int index, const UfDef& found, int uf_index) {
+  const Field& f = rec.fields[index];
+  const std::string_view uf = rec.fields[uf_index].text;
+  Msg m;
+  run.Report(rec, index, kErro,
+             m("O campo %02d - '%s' contém '%.*s' que pertence a UF '%s' e não pertence a UF "
+               "'%.*s' informado no campo %02d do registro %s."_l1,
+               index + 1, rec.def(index).name, Len(f.text), f.text.data(), found.sigla, Len(uf),
+               uf.data(), uf_index + 1, rec.type->code));
+}
+
+}  // namespace
+
+void VerificarUfMunicipioCep(Run& run, Record& rec, int cep_index, int mun_index, int uf_index) {
+  const std::string_view uf = rec.fields[uf_index].text;
+
+  const Field& mun = rec.fields[mun_index];
+  if (mun.filled) {
+    // A code whose prefix is no UF's is left to the municipality table check.
+    const UfDef* owner = FindUfByMunicipio(mun.text);
+    if (owner != nullptr && uf != owner->sigla)
+      ReportOtherUf(run, rec, mun_index, *owner, uf_index);
+  }
+
+  const Field& cep = rec.fields[cep_index];
+  if (cep.filled) {
+    const UfDef* owner = FindUfByCep(cep.text);
+    if (owner == nullptr) {
+      Msg m;
+      run.Report(rec, cep_index, kErro,
+                 m("O campo %02d - '%s' contém '%.*s' que não pertence a nenhuma UF."_l1,
+                   cep_index + 1, rec.def(cep_index).name, Len(cep.text), cep.text.data()));
+    } else if (uf != owner->sigla) {
+      ReportOtherUf(run, rec, cep_index, *owner, uf_index);
+    }
+  }
+}
 
 }  // namespace volp
