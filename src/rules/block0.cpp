@@ -1,18 +1,429 @@
-// Placeholder: the rules of these records arrive with their own change.
+// The registry records of block 0. Each validator checks its record and
+// files it in the registries that block 1 and the end of the file read:
+// clients (0100) by COD_CLIENTE, capture devices (0200) by COD_MCAPT,
+// partner institutions (0300) by COD_IP_PAR; the VANs of a client (0105),
+// the physical terminals and the authorised institutions (0600) only need to
+// be unique, so they are kept as keys with the place of their first record.
+//
+// The first record of a key stays registered; a later one is reported with
+// the first one's line and byte position and is not stored. Keys are copied
+// into the run's arena, since the record's fields are views into the read
+// buffer that the next line overwrites.
 #include "rules/block0.hpp"
 
+#include <algorithm>
+#include <cinttypes>
+#include <vector>
+
 #include "layout/field_analysis.hpp"
+#include "layout/latin1.hpp"
+#include "reports/format.hpp"
+#include "rules/uf_check.hpp"
 #include "validation/context.hpp"
 
 namespace volp {
+namespace {
 
-void ValidarRegistro_0100(Run& run, Record& rec, int, int) { AnalisarRegistro(run, rec); }
-void ValidarRegistro_0105(Run& run, Record& rec, int, int) { AnalisarRegistro(run, rec); }
-void ValidarRegistro_0200(Run& run, Record& rec, int, int) { AnalisarRegistro(run, rec); }
-void ValidarRegistro_0300(Run& run, Record& rec, int, int) { AnalisarRegistro(run, rec); }
-void ValidarRegistro_0600(Run& run, Record& rec, int, int) { AnalisarRegistro(run, rec); }
+// Layout rows (row 0 is the record type; the printed field number is row + 1).
+namespace r0100 {
+constexpr int kCodCliente = 1, kCnpj = 2, kCpf = 3, kCep = 6, kCodMun = 7, kUf = 8, kIndSub = 13;
+}
+namespace r0105 {
+constexpr int kCnpjVan = 1, kQtdTransacoes = 3;
+}
+namespace r0200 {
+constexpr int kCodMcapt = 1, kNumLog = 2, kTipoTecn = 3, kTermProp = 4, kMarca = 5;
+}
+namespace r0300 {
+constexpr int kCodIpPar = 1, kCep = 5, kCodMun = 6, kUf = 7;
+}
+namespace r0600 {
+constexpr int kTpAutoriz = 1, kCnpj = 2, kTpTransac = 3, kCep = 6, kCodMun = 7, kUf = 8,
+              kDtIniAut = 12, kDtFimAut = 13;
+}
 
-void VerificacaoRegistro_0100(Run&, int) {}
-void VerificacaoRegistro_0200(Run&, int) {}
+// The value of a one-digit code field, or -1 when the text is not made of
+// digits only (so that "x" or " 1" never pass for a valid code).
+int CodeValue(std::string_view text) {
+  if (text.empty() || text.size() > 9) return -1;
+  int v = 0;
+  for (char c : text) {
+    if (c < '0' || c > '9') return -1;
+    v = v * 10 + (c - '0');
+  }
+  return v;
+}
+
+unsigned Addr(const void* p) { return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p)); }
+
+void TraceCall(Run& run, const char* type, const Record& rec, int prev_type, int src_line) {
+  if (!run.log.On(5)) return;
+  run.log.Write(
+      5, "  ValidarRegistro_%s(%lld, %lld, 0x%08x, 0x%08x) Registro anterior: %d Linha fonte: %d\n",
+      type, static_cast<long long>(run.ctx.offset), static_cast<long long>(run.ctx.line),
+      Addr(&rec), Addr(&run.ctx), prev_type, src_line);
+}
+
+// Looks `key` up in a registry and adds it when it is new. `make(interned)`
+// builds the entry; the key is copied into the arena only when it is added.
+// Returns the entry (the first one's, for a duplicate) and whether it is new.
+template <class Map, class Make>
+std::pair<typename Map::mapped_type*, bool> Register(Arena& arena, Map& map, std::string_view key,
+                                                     Make make) {
+  bool added = false;
+  auto it = map.lazy_emplace(key, [&](const typename Map::constructor& ctor) {
+    added = true;
+    std::string_view interned = arena.Copy(key);
+    ctor(interned, make(interned));
+  });
+  return {&it->second, added};
+}
+
+RegisteredAt Here(const Run& run) { return RegisteredAt{run.ctx.offset, run.ctx.line}; }
+
+// "a|b" in the state's scratch buffer: fields never contain "|", so two
+// different pairs never make the same key.
+std::string_view PairKey(Block0State& st, std::string_view a, std::string_view b) {
+  st.key_buf.assign(a);
+  st.key_buf.push_back('|');
+  st.key_buf.append(b);
+  return st.key_buf;
+}
+
+// UF, municipality and CEP agree (only when the UF itself is usable).
+void CheckUf(Run& run, Record& rec, int cep, int mun, int uf) {
+  const Field& f = rec.fields[uf];
+  if (f.filled && f.valid) VerificarUfMunicipioCep(run, rec, cep, mun, uf);
+}
+
+void ReportDuplicate(Run& run, Record& rec, int field, const char* fmt_with_key,
+                     std::string_view key, const RegisteredAt& first) {
+  Msg m;
+  run.Report(rec, field, kErro,
+             m(fmt_with_key, static_cast<int>(key.size()), key.data(), Milhar(first.line).c_str(),
+               Milhar(first.offset).c_str()));
+}
+
+void ReportDuplicateNoKey(Run& run, Record& rec, int field, const char* fmt,
+                          const RegisteredAt& first) {
+  Msg m;
+  run.Report(rec, field, kErro, m(fmt, Milhar(first.line).c_str(), Milhar(first.offset).c_str()));
+}
+
+int Printed(int row) { return row + 1; }
+
+std::string_view Text(const Record& rec, int row) { return rec.fields[row].text; }
+
+int Len(std::string_view s) { return static_cast<int>(s.size()); }
+
+}  // namespace
+
+void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
+  TraceCall(run, "0100", rec, prev_type, src_line);
+  AnalisarRegistro(run, rec);
+  Block0State& st = run.block0;
+  Msg m;
+
+  CheckUf(run, rec, r0100::kCep, r0100::kCodMun, r0100::kUf);
+
+  const Field& ind_sub = rec.fields[r0100::kIndSub];
+  if (ind_sub.filled) {
+    int v = CodeValue(ind_sub.text);
+    if (v != 0 && v != 1) {
+      run.Report(rec, r0100::kIndSub, kErro,
+                 m("No campo %02d - '%s' o valor pode ser: 0 ou 1 e não: %.*s."_l1,
+                   Printed(r0100::kIndSub), rec.def(r0100::kIndSub).name, Len(ind_sub.text),
+                   ind_sub.text.data()));
+    }
+  }
+
+  const Field& code = rec.fields[r0100::kCodCliente];
+  st.current_client = {};
+  if (code.filled) {
+    auto [entry, added] = Register(st.arena, st.clients, code.text, [&](std::string_view interned) {
+      ClientEntry e;
+      e.code = interned;
+      e.offset = run.ctx.offset;
+      e.line = run.ctx.line;
+      e.code_column = code.column;
+      e.uf_column = rec.fields[r0100::kUf].column;
+      e.uf = st.arena.Copy(Text(rec, r0100::kUf));
+      if (rec.fields[r0100::kCpf].filled && !rec.fields[r0100::kCnpj].filled)
+        e.cpf = st.arena.Copy(Text(rec, r0100::kCpf));
+      return e;
+    });
+    st.current_client = entry->code;
+    if (!added) {
+      ReportDuplicate(run, rec, r0100::kCodCliente,
+                      "Esse Código de Cliente '%.*s' já foi encontrado na linha %s e posição %s "
+                      "no arquivo."_l1,
+                      code.text, RegisteredAt{entry->offset, entry->line});
+    }
+  }
+
+  // A file answering a notification (finalidade 3) is about one beneficiary:
+  // every 0100 after the first is one too many, whatever its code.
+  ++st.client_records;
+  if (run.ctx.finalidade == 3 && st.client_records > 1) {
+    run.Report(rec, r0100::kCodCliente, kErro,
+               "Para finalidade 3 só pode existir um único beneficiário de pagamento por "
+               "arquivo."_l1);
+  }
+}
+
+void ValidarRegistro_0105(Run& run, Record& rec, int prev_type, int src_line) {
+  if (run.log.On(5)) {
+    run.log.Write(5,
+                  "  ValidarRegistro_0105(%lld, %lld, 0x%08x, 0x%08x, %d) Registro anterior: %d "
+                  "Linha fonte: %d\n",
+                  static_cast<long long>(run.ctx.offset), static_cast<long long>(run.ctx.line),
+                  Addr(&rec), Addr(&run.ctx), prev_type, prev_type, src_line);
+  }
+  AnalisarRegistro(run, rec);
+  Block0State& st = run.block0;
+
+  const Field& cnpj = rec.fields[r0105::kCnpjVan];
+  if (cnpj.filled) {
+    auto [first, added] = Register(st.arena, st.vans, PairKey(st, st.current_client, cnpj.text),
+                                   [&](std::string_view) { return Here(run); });
+    if (!added) {
+      ReportDuplicateNoKey(
+          run, rec, r0105::kCnpjVan,
+          "Esse Cadastro de VAN já foi encontrado na linha %s e posição %s no arquivo."_l1, *first);
+    }
+  }
+
+  // The client's number of transactions through the VAN is required from
+  // January 2023 on. The period dates are AAAAMMDD text, so comparing them
+  // with "202301" byte by byte orders them by year and month ("20230101" is
+  // already greater).
+  const Field& qtd = rec.fields[r0105::kQtdTransacoes];
+  if ((!qtd.filled || !qtd.valid) && run.ctx.dt_ini > "202301" && run.ctx.dt_fin > "202301") {
+    Msg m;
+    run.Report(rec, r0105::kQtdTransacoes, kErro,
+               m("A partir de %s/%s o campo %02d - '%s' passou a ser obrigatório."_l1, "01", "2023",
+                 Printed(r0105::kQtdTransacoes), rec.def(r0105::kQtdTransacoes).name));
+  }
+}
+
+void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
+  TraceCall(run, "0200", rec, prev_type, src_line);
+  AnalisarRegistro(run, rec);
+  Block0State& st = run.block0;
+  Msg m;
+
+  const Field& tecn = rec.fields[r0200::kTipoTecn];
+  const Field& prop = rec.fields[r0200::kTermProp];
+  const int tipo = tecn.filled ? CodeValue(tecn.text) : -1;
+  const int term = prop.filled ? CodeValue(prop.text) : -1;
+  const int pt = Len(prop.text);
+  const char* pv = prop.text.data();
+
+  if (tecn.filled && (tipo < 1 || tipo > 7)) {
+    run.Report(rec, r0200::kTipoTecn, kErro,
+               m("No campo %02d - TIPO_TECN o tipo de tecnologia pode ser: 1, 2, 3, 4, 5, 6 ou 7 "
+                 "e não: %.*s."_l1,
+                 Printed(r0200::kTipoTecn), Len(tecn.text), tecn.text.data()));
+  }
+  if (prop.filled && term != 0 && term != 1) {
+    run.Report(rec, r0200::kTermProp, kErro,
+               m("O campo %02d - TERM_PROP o tipo de terminal pode ser 0 ou 1 e não: '%.*s'."_l1,
+                 Printed(r0200::kTermProp), pt, pv));
+  }
+  if (tipo == 4 && prop.filled && term != 0) {
+    run.Report(rec, r0200::kTermProp, kErro,
+               m("Para o Tipo de Tecnologia '4 - E-commerce' o campo %02d - TERM_PROP deve ser "
+                 "'0' e não: %.*s."_l1,
+                 Printed(r0200::kTermProp), pt, pv));
+  }
+  if (tipo == 7 && prop.filled && term != 1) {
+    run.Report(rec, r0200::kTermProp, kErro,
+               m("Para o Tipo de Tecnologia '7 - Pagamento efetuado em dinheiro ou por outra "
+                 "estrutura' o campo %02d - TERM_PROP deve ser 1 e não: %.*s."_l1,
+                 Printed(r0200::kTermProp), pt, pv));
+  }
+  if (term == 1 && !rec.fields[r0200::kMarca].filled) {
+    run.Report(rec, r0200::kMarca, kErro,
+               m("Para Terminal de Terceiro onde o campo %02d - TERM_PROP é igual a 1 deve ser "
+                 "informado o campo %02d - MARCA."_l1,
+                 Printed(r0200::kTermProp), Printed(r0200::kMarca)));
+  }
+
+  const Field& code = rec.fields[r0200::kCodMcapt];
+  if (!code.filled) return;
+  auto [device, added] = Register(st.arena, st.devices, code.text, [&](std::string_view interned) {
+    DeviceEntry e;
+    e.code = interned;
+    e.offset = run.ctx.offset;
+    e.line = run.ctx.line;
+    e.code_column = code.column;
+    e.tipo_tecn = tipo < 0 ? 0 : tipo;
+    return e;
+  });
+  if (!added) {
+    ReportDuplicate(run, rec, r0200::kCodMcapt,
+                    "Esse Código do Meio de Captura '%.*s' já foi encontrado na linha %s e "
+                    "posição %s no arquivo."_l1,
+                    code.text, RegisteredAt{device->offset, device->line});
+    return;
+  }
+  // A new code for a terminal (logical number and brand) already declared
+  // under another code is the same device registered twice.
+  if (rec.fields[r0200::kNumLog].filled) {
+    auto [first, new_terminal] = Register(
+        st.arena, st.terminals, PairKey(st, Text(rec, r0200::kNumLog), Text(rec, r0200::kMarca)),
+        [&](std::string_view) { return Here(run); });
+    if (!new_terminal) {
+      ReportDuplicateNoKey(run, rec, r0200::kNumLog,
+                           "Esse Cadastro de Meio de Captura já foi encontrado na linha %s e "
+                           "posição %s no arquivo."_l1,
+                           *first);
+    }
+  }
+}
+
+void ValidarRegistro_0300(Run& run, Record& rec, int prev_type, int src_line) {
+  TraceCall(run, "0300", rec, prev_type, src_line);
+  AnalisarRegistro(run, rec);
+  Block0State& st = run.block0;
+
+  CheckUf(run, rec, r0300::kCep, r0300::kCodMun, r0300::kUf);
+
+  const Field& code = rec.fields[r0300::kCodIpPar];
+  if (!code.filled) return;
+  auto [partner, added] =
+      Register(st.arena, st.partners, code.text, [&](std::string_view interned) {
+        PartnerEntry e;
+        e.code = interned;
+        e.offset = run.ctx.offset;
+        e.line = run.ctx.line;
+        return e;
+      });
+  if (!added) {
+    ReportDuplicate(run, rec, r0300::kCodIpPar,
+                    "Esse Código de Parceira '%.*s' já foi encontrado na linha %s e posição %s no "
+                    "arquivo."_l1,
+                    code.text, RegisteredAt{partner->offset, partner->line});
+  }
+}
+
+void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
+  TraceCall(run, "0600", rec, prev_type, src_line);
+  AnalisarRegistro(run, rec);
+  Block0State& st = run.block0;
+  Msg m;
+
+  CheckUf(run, rec, r0600::kCep, r0600::kCodMun, r0600::kUf);
+
+  const Field& autoriz = rec.fields[r0600::kTpAutoriz];
+  if (autoriz.filled) {
+    int v = CodeValue(autoriz.text);
+    if (v != 1 && v != 2) {
+      run.Report(rec, r0600::kTpAutoriz, kErro,
+                 m("No campo %02d - '%s' o tipo de autorização pode ser: 1 ou 2 e não: %.*s."_l1,
+                   Printed(r0600::kTpAutoriz), rec.def(r0600::kTpAutoriz).name, Len(autoriz.text),
+                   autoriz.text.data()));
+    }
+  }
+
+  const Field& cnpj = rec.fields[r0600::kCnpj];
+  if (cnpj.filled) {
+    auto [first, added] =
+        Register(st.arena, st.authorised, cnpj.text, [&](std::string_view) { return Here(run); });
+    if (!added) {
+      ReportDuplicate(run, rec, r0600::kCnpj,
+                      "Esse CNPJ de Instituição Autorizada '%.*s' já foi encontrado na linha %s e "
+                      "posição %s no arquivo."_l1,
+                      cnpj.text, *first);
+    }
+  }
+
+  const Field& transac = rec.fields[r0600::kTpTransac];
+  if (transac.filled) {
+    int v = CodeValue(transac.text);
+    if (v != 0 && v != 1) {
+      run.Report(rec, r0600::kTpTransac, kErro,
+                 m("No campo %02d - '%s' pode ser: 0 (Não) ou 1 (Sim) e não: %.*s."_l1,
+                   Printed(r0600::kTpTransac), rec.def(r0600::kTpTransac).name, Len(transac.text),
+                   transac.text.data()));
+    }
+  }
+
+  // Dates are AAAAMMDD, so text order is date order. The end of the
+  // authorisation must come strictly after its start.
+  const Field& ini = rec.fields[r0600::kDtIniAut];
+  const Field& fim = rec.fields[r0600::kDtFimAut];
+  if (ini.filled && fim.filled && fim.text <= ini.text) {
+    run.Report(rec, r0600::kDtFimAut, kErro,
+               m("O campo %02d - '%s' deve ser superior ao campo %02d - '%s' %.*s e não: %.*s."_l1,
+                 Printed(r0600::kDtFimAut), rec.def(r0600::kDtFimAut).name,
+                 Printed(r0600::kDtIniAut), rec.def(r0600::kDtIniAut).name, Len(ini.text),
+                 ini.text.data(), Len(fim.text), fim.text.data()));
+  }
+}
+
+namespace {
+
+// Registry entries in byte-wise key order. The registries are hash maps for
+// speed while the file is read; the end of the file needs them ordered once.
+template <class Map>
+std::vector<typename Map::mapped_type*> Sorted(Map& map) {
+  std::vector<typename Map::mapped_type*> out;
+  out.reserve(map.size());
+  for (auto& [key, entry] : map) out.push_back(&entry);
+  std::sort(out.begin(), out.end(), [](const auto* a, const auto* b) { return a->code < b->code; });
+  return out;
+}
+
+}  // namespace
+
+void VerificacaoRegistro_0100(Run& run, int src_line) {
+  if (run.log.On(5))
+    run.log.Write(5, "  VerificacaoRegistro_0100(0x%08x) Linha fonte: %d\n", Addr(&run.ctx),
+                  src_line);
+  if (run.TooManyErrors()) return;
+
+  const RecordTypeDef& t = kRecordTypes[kR0100];
+  const std::string& uf_fisco = run.ctx.uf_fisco;
+  for (ClientEntry* c : Sorted(run.block0.clients)) {
+    if (run.TooManyErrors()) return;
+    Msg m;
+    if (c->referenced) {
+      // A client outside the fiscal authority's UF needs a 1120 or 1220
+      // saying where its operations went.
+      if (c->uf.empty() || c->uf == uf_fisco || c->has_1120 || c->has_1220 ||
+          run.ctx.finalidade == 3)
+        continue;
+      FieldRef f{t.fields[r0100::kUf].name, c->uf_column, c->uf, 2};
+      run.ReportAt(c->offset, c->line, kR0100, r0100::kUf, &f, kErro,
+                   m("A UF informada no campo %02d do registro 0100 é '%.*s' e deveria ser igual a "
+                     "UF_FISCO '%s' informada no campo %02d do registro 0000 ou ter um registro "
+                     "1120 ou 1220."_l1,
+                     9, Len(c->uf), c->uf.data(), uf_fisco.c_str(), 4));
+    } else if (!c->exempt) {
+      FieldRef f{t.fields[r0100::kCodCliente].name, c->code_column, c->code, Len(c->code)};
+      run.ReportAt(c->offset, c->line, kR0100, r0100::kCodCliente, &f, kErro,
+                   m("Registro 0100 com COD_CLIENTE '%.*s' sem referência em nenhum outro "
+                     "registro."_l1,
+                     Len(c->code), c->code.data()));
+    }
+  }
+}
+
+void VerificacaoRegistro_0200(Run& run, int src_line) {
+  if (run.log.On(5)) run.log.Write(5, "  VerificacaoRegistro_0200() Linha fonte: %d\n", src_line);
+  if (run.TooManyErrors()) return;
+
+  const RecordTypeDef& t = kRecordTypes[kR0200];
+  for (DeviceEntry* d : Sorted(run.block0.devices)) {
+    if (d->referenced) continue;
+    if (run.TooManyErrors()) return;
+    Msg m;
+    FieldRef f{t.fields[r0200::kCodMcapt].name, d->code_column, d->code, Len(d->code)};
+    run.ReportAt(d->offset, d->line, kR0200, r0200::kCodMcapt, &f, kErro,
+                 m("Registro 0200 com COD_MCAPT '%.*s' sem referência em nenhum outro registro."_l1,
+                   Len(d->code), d->code.data()));
+  }
+}
 
 }  // namespace volp

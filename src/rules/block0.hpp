@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "absl/container/flat_hash_map.h"
@@ -47,11 +48,35 @@ struct PartnerEntry {
   bool referenced = false;
 };
 
+// Where the first record of a key was met, for the "já foi encontrado"
+// messages of later duplicates.
+struct RegisteredAt {
+  int64_t offset = 0;
+  int64_t line = 0;
+};
+
 struct Block0State {
   Arena arena;
   absl::flat_hash_map<std::string_view, ClientEntry> clients;
   absl::flat_hash_map<std::string_view, DeviceEntry> devices;
   absl::flat_hash_map<std::string_view, PartnerEntry> partners;
+
+  // A VAN (0105) is registered once per client: key "COD_CLIENTE|CNPJ da VAN",
+  // the client being the one of the 0100 that precedes the 0105.
+  absl::flat_hash_map<std::string_view, RegisteredAt> vans;
+  // A physical terminal is registered once whatever its COD_MCAPT: key
+  // "NUM_LOG|Marca" of the 0200.
+  absl::flat_hash_map<std::string_view, RegisteredAt> terminals;
+  // Institutions authorised by the declarant (0600), by CNPJ.
+  absl::flat_hash_map<std::string_view, RegisteredAt> authorised;
+
+  // COD_CLIENTE of the last 0100 read (interned; empty before the first or
+  // when that 0100 had no code): the owner of the 0105 records that follow.
+  std::string_view current_client;
+  // 0100 records validated so far (a finalidade 3 file declares one).
+  int64_t client_records = 0;
+  // Scratch space for composite keys; keeps its capacity between records.
+  std::string key_buf;
 
   ClientEntry* FindClient(std::string_view code) {
     auto it = clients.find(code);

@@ -1,17 +1,193 @@
-// Placeholder: the rules of these records arrive with their own change.
+// The totals a declaration states about itself: 0990 the lines of block 0,
+// 9900 the records of each type (one 9900 per type), 9990 the lines of
+// block 9 and 9999 the lines of the whole file. The run counts every record
+// before its validator runs, so each count includes the record that states
+// it. The 9900 totals can only be compared once the whole file is read, and
+// so can the 9990's, which counts the 9999 after it.
 #include "rules/block9.hpp"
 
+#include <cinttypes>
+#include <cstdio>
+
 #include "layout/field_analysis.hpp"
+#include "layout/latin1.hpp"
+#include "reports/format.hpp"
 #include "validation/context.hpp"
 
 namespace volp {
+namespace {
 
-void ValidarRegistro_0990(Run& run, Record& rec, int, int) { AnalisarRegistro(run, rec); }
-void ValidarRegistro_9001(Run& run, Record& rec, int, int) { AnalisarRegistro(run, rec); }
-void ValidarRegistro_9900(Run& run, Record& rec, int, int) { AnalisarRegistro(run, rec); }
-void ValidarRegistro_9990(Run& run, Record& rec, int, int) { AnalisarRegistro(run, rec); }
-void ValidarRegistro_9999(Run& run, Record& rec, int, int) { AnalisarRegistro(run, rec); }
+constexpr int kQtd = 1;        // QTD_LIN_0, QTD_LIN_9, QTD_LIN (field 02)
+constexpr int kRegBlc = 1;     // 9900 REG_BLC (field 02)
+constexpr int kQtdRegBlc = 2;  // 9900 QTD_REG_BLC (field 03)
 
-void VerificacaoRegistro_9900(Run&, int64_t, int64_t, int) {}
+unsigned Addr(const void* p) { return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p)); }
+
+void TraceCall(Run& run, const char* type, const Record& rec, int prev_type, int src_line) {
+  if (!run.log.On(5)) return;
+  run.log.Write(
+      5, "  ValidarRegistro_%s(%lld, %lld, 0x%08x, 0x%08x) Registro anterior: %d Linha fonte: %d\n",
+      type, static_cast<long long>(run.ctx.offset), static_cast<long long>(run.ctx.line),
+      Addr(&rec), Addr(&run.ctx), prev_type, src_line);
+}
+
+// The record supplied the field (it may still be empty).
+bool Present(const Record& rec, int row) { return row < rec.found; }
+
+const char* Plural(int64_t n) { return n == 1 ? "" : "s"; }
+
+}  // namespace
+
+int64_t LerQuantidade(std::string_view text) {
+  size_t i = 0;
+  while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r'))) ++i;
+  bool negative = false;
+  if (i < text.size() && (text[i] == '-' || text[i] == '+')) negative = text[i++] == '-';
+  uint64_t v = 0;
+  constexpr uint64_t kLimit = static_cast<uint64_t>(INT64_MAX);
+  for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
+    v = v * 10 + static_cast<uint64_t>(text[i] - '0');
+    if (v > kLimit) {  // saturate as the C conversion does
+      v = negative ? kLimit + 1 : kLimit;
+      break;
+    }
+  }
+  if (negative) return v > kLimit ? INT64_MIN : -static_cast<int64_t>(v);
+  return static_cast<int64_t>(v);
+}
+
+void ValidarRegistro_0990(Run& run, Record& rec, int prev_type, int src_line) {
+  const int64_t count = run.ctx.block0;
+  if (run.log.On(5)) {
+    run.log.Write(5,
+                  "  ValidarRegistro_0990(%lld, %lld, 0x%08x, 0x%08x, %lld) Registro anterior: %d "
+                  "Linha fonte: %d\n",
+                  static_cast<long long>(run.ctx.offset), static_cast<long long>(run.ctx.line),
+                  Addr(&rec), Addr(&run.ctx), static_cast<long long>(count), prev_type, src_line);
+  }
+  AnalisarRegistro(run, rec);
+  if (!Present(rec, kQtd)) return;
+  const int64_t stated = LerQuantidade(rec.fields[kQtd].text);
+  if (stated != count) {
+    Msg m;
+    run.Report(rec, kQtd, kErro,
+               m("Informou %s registros no Bloco 0 mas encontrou %s registros.",
+                 Milhar(stated).c_str(), Milhar(count).c_str()));
+  }
+}
+
+void ValidarRegistro_9001(Run& run, Record& rec, int prev_type, int src_line) {
+  TraceCall(run, "9001", rec, prev_type, src_line);
+  AnalisarRegistro(run, rec);
+}
+
+void ValidarRegistro_9900(Run& run, Record& rec, int prev_type, int src_line) {
+  TraceCall(run, "9900", rec, prev_type, src_line);
+  AnalisarRegistro(run, rec);
+  if (!Present(rec, kRegBlc)) return;
+
+  const std::string_view reg = rec.fields[kRegBlc].text;
+  const int type = FindRecordType(reg);
+  Msg m;
+  if (type < 0) {
+    // The message names the field, not the value, which the report shows
+    // beside it anyway.
+    run.Report(rec, kRegBlc, kErro,
+               m("O campo '%s' contém tipo de registro inválido."_l1, rec.def(kRegBlc).name));
+    return;
+  }
+  if (!Present(rec, kQtdRegBlc)) return;
+
+  Total9900& slot = run.block9.totals[type];
+  if (slot.seen) {
+    run.Report(rec, kRegBlc, kErro,
+               m("O registro 9900 correspondente ao registro %.*s já foi encontrado na linha %s e "
+                 "posição %s no arquivo."_l1,
+                 static_cast<int>(reg.size()), reg.data(), Milhar(slot.line).c_str(),
+                 Milhar(slot.offset).c_str()));
+    return;
+  }
+  const Field& qtd = rec.fields[kQtdRegBlc];
+  slot.seen = true;
+  slot.offset = run.ctx.offset;
+  slot.line = run.ctx.line;
+  slot.stated = LerQuantidade(qtd.text);
+  slot.column = qtd.column;
+  slot.content.assign(qtd.text);
+}
+
+void ValidarRegistro_9990(Run& run, Record& rec, int prev_type, int src_line) {
+  TraceCall(run, "9990", rec, prev_type, src_line);
+  AnalisarRegistro(run, rec);
+  Block9State& st = run.block9;
+  st.seen_9990 = true;
+  st.offset_9990 = run.ctx.offset;
+  st.line_9990 = run.ctx.line;
+  st.has_qtd_lin_9 = Present(rec, kQtd);
+  if (st.has_qtd_lin_9) {
+    const Field& f = rec.fields[kQtd];
+    st.qtd_lin_9 = LerQuantidade(f.text);
+    st.qtd_lin_9_column = f.column;
+    st.qtd_lin_9_text.assign(f.text);
+  }
+}
+
+void ValidarRegistro_9999(Run& run, Record& rec, int prev_type, int src_line) {
+  TraceCall(run, "9999", rec, prev_type, src_line);
+  AnalisarRegistro(run, rec);
+  Msg m;
+
+  const int64_t lines = run.ps.known_records;
+  if (Present(rec, kQtd)) {
+    const int64_t stated = LerQuantidade(rec.fields[kQtd].text);
+    if (stated != lines) {
+      run.Report(rec, kQtd, kErro,
+                 m("Informou %s registros no arquivo digital mas encontrou %s registros.",
+                   Milhar(stated).c_str(), Milhar(lines).c_str()));
+    }
+  }
+
+  // Block 9 is complete now: judge the 9990 read before, at its own line.
+  const Block9State& st = run.block9;
+  const int64_t block9 = run.ctx.block9;
+  if (st.seen_9990 && st.has_qtd_lin_9 && st.qtd_lin_9 != block9) {
+    const std::string& text = st.qtd_lin_9_text;
+    FieldRef f{kRecordTypes[kR9990].fields[kQtd].name, st.qtd_lin_9_column, text,
+               static_cast<int32_t>(text.size())};
+    run.ReportAt(st.offset_9990, st.line_9990, kR9990, kQtd, &f, kErro,
+                 m("Informou %s registros no Bloco 9 mas encontrou %s registros.",
+                   Milhar(st.qtd_lin_9).c_str(), Milhar(block9).c_str()));
+  }
+}
+
+void VerificacaoRegistro_9900(Run& run, int64_t offset, int64_t line, int src_line) {
+  if (run.log.On(5)) {
+    run.log.Write(5, "  VerificacaoRegistro_9900(%lld, %lld) Linha fonte: %d\n",
+                  static_cast<long long>(offset), static_cast<long long>(line), src_line);
+  }
+  if (run.TooManyErrors()) return;
+
+  const FieldDef& qtd_def = kRecordTypes[kR9900].fields[kQtdRegBlc];
+  for (int i = 0; i < kRecordTypeCount; ++i) {
+    const RecordTypeDef& type = kRecordTypes[i];
+    const int64_t counted = run.ps.findings.per_type[i].count;
+    const Total9900& slot = run.block9.totals[i];
+    Msg m;
+    if (slot.seen) {
+      if (slot.stated == counted) continue;
+      // The field block shows the stated count as the number it was read as.
+      char digits[24];
+      const int len = std::snprintf(digits, sizeof digits, "%" PRId64, slot.stated);
+      FieldRef f{qtd_def.name, slot.column, slot.content, len};
+      run.ReportAt(slot.offset, slot.line, kR9900, kQtdRegBlc, &f, kErro,
+                   m("Informou %s registro%s do tipo %s mas encontrou %s registro%s.",
+                     Milhar(slot.stated).c_str(), Plural(slot.stated), type.code,
+                     Milhar(counted).c_str(), Plural(counted)));
+    } else if (type.required == 'S' || counted > 0) {
+      run.ReportAt(offset, line, kR9900, 0, nullptr, kErro,
+                   m("Não encontrou o registro 9900 correspondente ao registro %s."_l1, type.code));
+    }
+  }
+}
 
 }  // namespace volp
