@@ -3,6 +3,7 @@
 // machine or straight to a validator.
 #pragma once
 
+#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -62,12 +63,17 @@ struct RunFixture {
   Record rec;
 
   // Advances the position as the reader does and splits the line (CR LF is
-  // added when missing); returns the type row or -1.
+  // added when the line has no line end at all); returns the type row or -1.
   int Split(std::string_view line);
+  // The line exactly as given (no line end added).
+  int SplitRaw(std::string_view line);
   // Split + the structure machine, as the run loop does for a known type.
   int Feed(std::string_view line);
   // The kept findings' messages, in order.
   std::vector<std::string> Messages() const;
+
+ private:
+  std::deque<std::string> lines_;  // the texts the records' views point into
 };
 
 }  // namespace volp::test

@@ -21,6 +21,17 @@ void Log::Configure(int level, std::string dir, bool enabled, std::FILE* echo) {
 }
 
 void Log::Write(int level, const char* fmt, ...) {
+  if (level == 0) {
+    // Kept even when the log is off: the C++ API and the CLI tell the user.
+    char buf[1024];
+    va_list ap;
+    va_start(ap, fmt);
+    std::vsnprintf(buf, sizeof buf, fmt, ap);
+    va_end(ap);
+    last_error_ = buf;
+    while (!last_error_.empty() && (last_error_.back() == '\n' || last_error_.back() == '\r'))
+      last_error_.pop_back();
+  }
   if (!On(level)) return;
   va_list ap;
   va_start(ap, fmt);

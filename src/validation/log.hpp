@@ -29,6 +29,9 @@ class Log {
 #endif
       ;
   const std::string& dir() const { return dir_; }
+  // The last level-0 line written or filtered out (what went wrong in a run
+  // that could not be done), without its line end.
+  const std::string& last_error() const { return last_error_; }
   int level() const { return level_; }
 
  private:
@@ -39,6 +42,7 @@ class Log {
   std::FILE* file_ = nullptr;
   bool open_failed_ = false;
   std::FILE* echo_ = nullptr;
+  std::string last_error_;
 };
 
 }  // namespace volp

@@ -1,0 +1,112 @@
+// The two ways in: the exported C entry, whose findings and counters live for
+// the process, and the C++ API, which gives every call its own.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "platform/platform.hpp"
+#include "validation/validator.hpp"
+#include "volp/validator.hpp"
+#include "volp/volp.h"
+
+namespace volp {
+
+namespace {
+
+// The log directory from the transmitter's third argument: its first 999
+// characters, cut before the last "\" or "/", then "<dir>/log_VOLP_<pid>".
+std::string LogDirectoryFrom(const char* caminho) {
+  std::string dir(caminho ? caminho : "");
+  if (dir.size() > 999) dir.resize(999);
+  const size_t sep = dir.find_last_of("/\\");
+  if (sep != std::string::npos) dir.resize(sep);
+  std::string out = dir + platform::Separator() + "log_VOLP_" + std::to_string(platform::ProcessId());
+  if (out.size() > 511) out.resize(511);
+  return out;
+}
+
+struct ProcessWide {
+  ProcessState ps;
+  Log log;
+};
+
+ProcessWide& Process() {
+  static ProcessWide* p = new ProcessWide;  // lives as long as the process
+  return *p;
+}
+
+}  // namespace
+
+Result Validate(const std::string& path, const Options& options) {
+  ProcessState ps;
+  Log log;
+  log.Configure(options.log_level,
+                options.log_dir + platform::Separator() + "log_VOLP_" +
+                    std::to_string(platform::ProcessId()),
+                options.log_file);
+  log.Write(3, "Validate(%s)\n", path.c_str());
+
+  RunOptions ro;
+  ro.tables_dir = options.tables_dir;
+  ro.today = options.today;
+  ro.stop_request = options.stop;
+  ro.progress = options.progress;
+
+  RunSummary summary;
+  Result r;
+  r.completed = ExecutarValidacao(ps, log, path, ro, &summary) == 1;
+  r.failure = log.last_error();
+  r.report_path = summary.report_path;
+  r.tables_path = summary.tables_path;
+  r.cancelled = ps.stop;
+  r.file_size = summary.file_size;
+  r.records_read = summary.records_read;
+  r.errors = ps.findings.errors;
+  r.warnings = ps.findings.warnings;
+  r.rejected_lines = ps.findings.rejected_lines;
+  r.unknown_records = ps.unknown_records;
+  r.sha256 = summary.sha256;
+  for (int i = 0; i < kRecordTypeCount; ++i) {
+    const TypeCounters& t = ps.findings.per_type[i];
+    r.types.push_back({kRecordTypes[i].code, t.count, t.rejected, t.warnings, t.errors});
+  }
+  r.findings = std::move(ps.findings.list);
+  std::stable_sort(r.findings.begin(), r.findings.end(),
+                   [](const Finding& a, const Finding& b) { return a.line < b.line; });
+  return r;
+}
+
+std::string Latin1ToUtf8(std::string_view latin1) {
+  std::string out;
+  out.reserve(latin1.size() + latin1.size() / 8);
+  for (unsigned char c : latin1) {
+    if (c < 0x80) {
+      out.push_back(static_cast<char>(c));
+    } else {
+      out.push_back(static_cast<char>(0xC0 | (c >> 6)));
+      out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    }
+  }
+  return out;
+}
+
+}  // namespace volp
+
+extern "C" VOLP_API int ValidadorVOLP(const char* arquivo, const char* nivelLog,
+                                      const char* caminhoLog, const char* ligarLog) {
+  using namespace volp;
+  ProcessWide& p = Process();
+  const int level = static_cast<int16_t>(std::atoi(nivelLog ? nivelLog : "0"));
+  const bool enabled = std::atoi(ligarLog ? ligarLog : "0") != 0;
+  p.log.Configure(level, LogDirectoryFrom(caminhoLog), enabled);
+  p.log.Write(3, "ValidadorVOLP(%s, %s, %s, %s)\n", arquivo ? arquivo : "(null)",
+              nivelLog ? nivelLog : "(null)", caminhoLog ? caminhoLog : "(null)",
+              ligarLog ? ligarLog : "(null)");
+  if (arquivo == nullptr) {
+    p.log.Write(3, "Fim ValidadorVOLP: 0\n");
+    return 0;
+  }
+  RunOptions options;  // municipality table from the current directory, today's date
+  return ExecutarValidacao(p.ps, p.log, arquivo, options, nullptr);
+}

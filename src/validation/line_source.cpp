@@ -1,0 +1,165 @@
+#include "validation/line_source.hpp"
+
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace volp {
+
+Sha256::Sha256() {
+  EVP_MD_CTX* c = EVP_MD_CTX_new();
+  if (c != nullptr && EVP_DigestInit_ex(c, EVP_sha256(), nullptr) != 1) {
+    EVP_MD_CTX_free(c);
+    c = nullptr;
+  }
+  ctx_ = c;
+}
+
+Sha256::~Sha256() { EVP_MD_CTX_free(static_cast<EVP_MD_CTX*>(ctx_)); }
+
+bool Sha256::Update(const char* data, size_t n) {
+  return n == 0 || EVP_DigestUpdate(static_cast<EVP_MD_CTX*>(ctx_), data, n) == 1;
+}
+
+bool Sha256::Final(std::string* hex) {
+  unsigned char md[EVP_MAX_MD_SIZE];
+  unsigned int len = 0;
+  if (EVP_DigestFinal_ex(static_cast<EVP_MD_CTX*>(ctx_), md, &len) != 1) return false;
+  static const char kHex[] = "0123456789ABCDEF";
+  hex->clear();
+  for (unsigned int i = 0; i < len; ++i) {
+    hex->push_back(kHex[md[i] >> 4]);
+    hex->push_back(kHex[md[i] & 15]);
+  }
+  return true;
+}
+
+LineSource::LineSource(platform::InputFile& file, Sha256* hash) : file_(file), hash_(hash) {
+  for (Slot& s : slots_) s.buf.reset(new char[kCarry + kBlock]);
+  if (hash_ != nullptr) {
+    try {
+      thread_ = std::thread([this] { HashLoop(); });
+    } catch (...) {
+      // No second thread: blocks are hashed inline when released.
+    }
+  }
+}
+
+LineSource::~LineSource() { FinishHash(0, false); }
+
+bool LineSource::Next(std::string_view* line) {
+  for (;;) {
+    const size_t avail = static_cast<size_t>(end_ - pos_);
+    const size_t limit = std::min<size_t>(avail, kCarry - 1);
+    if (limit > 0) {
+      const char* lf = static_cast<const char*>(std::memchr(pos_, '\n', limit));
+      if (lf != nullptr) {
+        *line = std::string_view(pos_, static_cast<size_t>(lf + 1 - pos_));
+        pos_ = lf + 1;
+        return true;
+      }
+      if (avail >= kCarry - 1) {
+        // No line end within 9,999 bytes: this piece is a record of its own.
+        *line = std::string_view(pos_, kCarry - 1);
+        pos_ += kCarry - 1;
+        return true;
+      }
+    }
+    if (eof_) {
+      if (avail == 0) return false;
+      *line = std::string_view(pos_, avail);  // last line without a line end
+      pos_ = end_;
+      return true;
+    }
+    Refill();
+  }
+}
+
+void LineSource::Refill() {
+  const int next = (cur_ + 1) % kSlots;
+  Slot& s = slots_[next];
+  {
+    std::unique_lock<std::mutex> lock(mu_);
+    cv_.wait(lock, [&] { return !s.busy; });
+  }
+  // Carry the start of a cut line over to the new block.
+  const size_t carry = static_cast<size_t>(end_ - pos_);
+  char* fresh = s.buf.get() + kCarry;
+  if (carry > 0) std::memmove(fresh - carry, pos_, carry);
+  if (cur_ >= 0) Release(cur_);
+
+  size_t got = 0;
+  while (got < kBlock) {
+    int64_t r = file_.Read(fresh + got, static_cast<int64_t>(kBlock - got));
+    if (r < 0) {
+      read_failed_ = true;
+      break;
+    }
+    if (r == 0) break;
+    got += static_cast<size_t>(r);
+  }
+  if (got < kBlock) eof_ = true;
+  s.fresh_offset = next_offset_;
+  s.fresh_len = got;
+  next_offset_ += static_cast<int64_t>(got);
+  cur_ = next;
+  pos_ = fresh - carry;
+  end_ = fresh + got;
+}
+
+void LineSource::Release(int slot) {
+  if (hash_ == nullptr) return;
+  Slot& s = slots_[slot];
+  if (!thread_.joinable()) {
+    if (!hash_->Update(s.buf.get() + kCarry, s.fresh_len)) hash_failed_ = true;
+    return;
+  }
+  std::lock_guard<std::mutex> lock(mu_);
+  s.busy = true;
+  queue_[q_tail_] = slot;
+  q_tail_ = (q_tail_ + 1) % (kSlots + 1);
+  cv_.notify_all();
+}
+
+void LineSource::HashLoop() {
+  std::unique_lock<std::mutex> lock(mu_);
+  for (;;) {
+    cv_.wait(lock, [&] { return q_head_ != q_tail_ || stopping_; });
+    if (q_head_ == q_tail_) return;  // stopping with nothing left
+    const int slot = queue_[q_head_];
+    q_head_ = (q_head_ + 1) % (kSlots + 1);
+    Slot& s = slots_[slot];
+    const bool skip = abandon_;
+    lock.unlock();
+    bool ok = skip || hash_->Update(s.buf.get() + kCarry, s.fresh_len);
+    lock.lock();
+    if (!ok) hash_failed_ = true;
+    s.busy = false;
+    cv_.notify_all();
+  }
+}
+
+bool LineSource::FinishHash(int64_t upto, bool finish) {
+  if (thread_.joinable()) {
+    {
+      std::lock_guard<std::mutex> lock(mu_);
+      stopping_ = true;
+      abandon_ = !finish;
+      cv_.notify_all();
+    }
+    thread_.join();
+  }
+  if (!finish || hash_ == nullptr) return true;
+  if (cur_ >= 0) {
+    // The block in hand was never released: hash it up to the last line taken.
+    const Slot& s = slots_[cur_];
+    const int64_t n = std::clamp<int64_t>(upto - s.fresh_offset, 0,
+                                          static_cast<int64_t>(s.fresh_len));
+    if (!hash_->Update(s.buf.get() + kCarry, static_cast<size_t>(n))) hash_failed_ = true;
+    cur_ = -1;
+  }
+  return !hash_failed_;
+}
+
+}  // namespace volp

@@ -1,0 +1,128 @@
+// Framing checks and the split of one line into the fields of its record.
+#include "validation/reader.hpp"
+
+#include <cstring>
+
+#include "layout/latin1.hpp"
+#include "validation/context.hpp"
+
+namespace volp {
+
+namespace {
+
+// Framing findings carry no record type and point at no field.
+void FrameFinding(Run& run, int32_t field_index, std::string_view message) {
+  SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, {}, field_index,
+                    nullptr, kErro, message);
+}
+
+void CheckFrame(Run& run, std::string_view raw, std::string_view* line) {
+  Msg m;
+  const size_t n = raw.size();
+  if (n >= 10000) FrameFinding(run, 0, m("Registro com %d bytes é muito grande."_l1, static_cast<int>(n)));
+
+  *line = raw;
+  if (n >= 2 && raw[n - 2] == '\r' && raw[n - 1] == '\n') {
+    *line = raw.substr(0, n - 2);
+  } else if (n >= 1 && raw[n - 1] == '\n') {
+    FrameFinding(run, 0,
+                 "Encontrou o caractere LF no final do registro e faltou antes o caractere CR. "
+                 "Cada registro do arquivo deve terminar com CR e LF."_l1);
+    *line = raw.substr(0, n - 1);
+  } else if (n >= 1 && raw[n - 1] == '\r') {
+    FrameFinding(run, 0,
+                 "Encontrou o caractere CR no final do registro e faltou o caractere LF. "
+                 "Cada registro do arquivo deve termincar com CR e LF."_l1);
+    *line = raw.substr(0, n - 1);
+  }
+  // (A piece of an over-long line, or a last line without its line end, is
+  // taken as it is.)
+
+  if (line->empty()) {
+    FrameFinding(run, 0, "O registro está vazio!"_l1);
+    return;
+  }
+  if (line->front() != '|')
+    FrameFinding(run, 0,
+                 m("O primeiro caractere do registro é '%c' mas deveria ser '|' (pipe)."_l1,
+                   line->front()));
+  if (line->back() != '|')
+    FrameFinding(run, 0,
+                 m("O último caractere do registro é '%c' mas deveria ser '|' (pipe)."_l1,
+                   line->back()));
+}
+
+}  // namespace
+
+int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
+  std::string_view line;
+  CheckFrame(run, raw, &line);
+
+  rec.type = nullptr;
+  rec.type_index = -1;
+  rec.found = 0;
+
+  // Tokens are the texts between the pipes: the text before the first pipe is
+  // token 0 (skipped), token 1 is the record type, and the text after the last
+  // pipe is the final token, which is never stored (a field not closed by a
+  // pipe is lost). Empty fields are kept.
+  const char* const base = line.data();
+  const size_t n = line.size();
+  size_t pos = 0;
+  for (int k = 0;; ++k) {
+    const char* bar =
+        pos < n ? static_cast<const char*>(std::memchr(base + pos, '|', n - pos)) : nullptr;
+    const size_t end = bar ? static_cast<size_t>(bar - base) : n;
+    const std::string_view tok(base + pos, end - pos);
+    const bool final = bar == nullptr;
+
+    if (tok.size() + 1 > 255)
+      SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, {}, k,
+                        nullptr, kErro, "Campo com tamanho maior que 255.");
+
+    if (k == 1) {
+      const std::string_view code = tok.substr(0, 99);
+      const int idx = FindRecordType(code);
+      if (idx < 0) {
+        Msg m;
+        FieldRef ref{"", static_cast<int32_t>(pos + 1), code, static_cast<int32_t>(tok.size())};
+        SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, code, 1,
+                          &ref, kErro,
+                          m("O registro %.*s é de tipo inválido."_l1, static_cast<int>(code.size()),
+                            code.data()));
+        return -1;
+      }
+      rec.type = &kRecordTypes[idx];
+      rec.type_index = idx;
+      rec.fields[0] = Field{tok, static_cast<int32_t>(pos + 1), static_cast<int32_t>(tok.size()),
+                            !tok.empty(), true};
+      rec.found = 1;
+    } else if (k > 1 && !final) {
+      if (rec.found >= rec.type->field_count) {
+        // One field too many: reported on the rest of the line, which is
+        // ignored from here on.
+        const Field& last = rec.fields[rec.type->field_count - 1];
+        FieldRef ref{"", last.column + last.length, line.substr(pos),
+                     static_cast<int32_t>(n - pos)};
+        SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, rec.type_index,
+                          rec.type->code, k, &ref, kErro,
+                          "Número de campos excedido no registro."_l1);
+        return rec.type_index;
+      }
+      rec.fields[rec.found++] = Field{tok, static_cast<int32_t>(pos + 1),
+                                      static_cast<int32_t>(tok.size()), !tok.empty(), false};
+    }
+
+    if (final) {
+      if (rec.type == nullptr) return -1;  // an empty line, or one with no type
+      // Fields the line did not have become empty; the field analysis
+      // reports the required ones.
+      for (int i = rec.found; i < rec.type->field_count; ++i)
+        rec.fields[i] = Field{{}, static_cast<int32_t>(pos) - 1, 1, false, false};
+      return rec.type_index;
+    }
+    pos = end + 1;
+  }
+}
+
+}  // namespace volp

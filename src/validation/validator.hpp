@@ -1,0 +1,32 @@
+// One validation run from set-up to the completed report, shared by the
+// exported C entry and the C++ API.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "validation/context.hpp"
+
+namespace volp {
+
+// What the caller may want to know after the run besides the counters kept in
+// ProcessState.
+struct RunSummary {
+  std::string report_path;
+  std::string tables_path;
+  std::string sha256;
+  int64_t file_size = 0;
+  int64_t records_read = 0;
+  bool report_written = false;
+};
+
+// Validates `path`. Returns 1 when the run reached its end and the final
+// report was put in place, 0 otherwise.
+int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
+                      const RunOptions& options, RunSummary* summary);
+
+// The report name for a declaration path: the path up to the last "." of its
+// file name, then ".validacao.xml".
+std::string ReportNameFor(const std::string& path);
+
+}  // namespace volp

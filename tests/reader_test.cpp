@@ -1,0 +1,213 @@
+// The reader and the splitter: framing findings, pieces of over-long lines,
+// tokens, the limits of the run loop and the digest.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support.hpp"
+#include "validation/line_source.hpp"
+#include "validation/reader.hpp"
+#include "validation/validator.hpp"
+
+namespace volp {
+namespace {
+
+using test::L1;
+
+struct SplitCase {
+  std::string line;  // as read, line end included
+  int type;          // expected type row, -1 unknown
+  std::vector<std::string> messages;
+  std::vector<std::string> fields;  // leading fields expected (from row 0)
+};
+
+TEST(Splitter, FramingAndTokens) {
+  const std::vector<SplitCase> cases = {
+      {"|0000|\r\n", kR0000, {}, {"0000", "", ""}},
+      {"|0001|1|\r\n", kR0001, {}, {"0001", "1"}},
+      {"|0001|1|\n", kR0001,
+       {"Encontrou o caractere LF no final do registro e faltou antes o caractere CR. Cada "
+        "registro do arquivo deve terminar com CR e LF."},
+       {"0001", "1"}},
+      {"|0001|1|\r", kR0001,
+       {"Encontrou o caractere CR no final do registro e faltou o caractere LF. Cada registro do "
+        "arquivo deve termincar com CR e LF."},
+       {"0001", "1"}},
+      {"|0001|1|", kR0001, {}, {"0001", "1"}},  // last line without line end
+      {"\r\n", -1, {L1("O registro está vazio!")}, {}},
+      {"abc\r\n", -1, {L1("O primeiro caractere do registro é 'a' mas deveria ser '|' (pipe)."), L1("O último caractere do registro é 'c' mas deveria ser '|' (pipe).")}, {}},
+      {"0000|a|\r\n", -1,
+       {L1("O primeiro caractere do registro é '0' mas deveria ser '|' (pipe)."),
+        L1("O registro a é de tipo inválido.")},
+       {}},
+      // The text after the last pipe is never stored.
+      {"|9999|5\r\n", kR9999, {L1("O último caractere do registro é '5' mas deveria ser '|' (pipe).")},
+       {"9999", ""}},
+      {"|0001|1|2|\r\n", kR0001, {L1("Número de campos excedido no registro.")}, {"0001", "1"}},
+      {"|0001||\r\n", kR0001, {}, {"0001", ""}},
+      {"|ABCD|1|\r\n", -1, {L1("O registro ABCD é de tipo inválido.")}, {}},
+      {"|00001|1|\r\n", -1, {L1("O registro 00001 é de tipo inválido.")}, {}},
+  };
+  for (const SplitCase& c : cases) {
+    test::RunFixture fx;
+    EXPECT_EQ(fx.SplitRaw(c.line), c.type) << c.line;
+    EXPECT_EQ(fx.Messages(), c.messages) << c.line;
+    for (size_t i = 0; i < c.fields.size(); ++i)
+      EXPECT_EQ(fx.rec.fields[i].text, c.fields[i]) << c.line << " field " << i;
+  }
+}
+
+TEST(Splitter, ColumnsAndPadding) {
+  test::RunFixture fx;
+  ASSERT_EQ(fx.Split("|1001|1|"), kR1001);
+  EXPECT_EQ(fx.rec.found, 2);
+  EXPECT_EQ(fx.rec.fields[0].column, 2);
+  EXPECT_EQ(fx.rec.fields[1].column, 7);
+
+  // Missing fields are empty, length 1, at the column before the final token.
+  ASSERT_EQ(fx.Split("|0005|Nome|"), kR0005);
+  EXPECT_EQ(fx.rec.found, 2);
+  EXPECT_TRUE(fx.rec.fields[2].text.empty());
+  EXPECT_EQ(fx.rec.fields[2].length, 1);
+  EXPECT_EQ(fx.rec.fields[8].column, 10);
+}
+
+TEST(Splitter, FieldOf255CharactersIsReported) {
+  for (size_t n : {254u, 255u}) {
+    test::RunFixture fx;
+    fx.Split("|0005|" + std::string(n, 'x') + "|");
+    const bool reported = !fx.Messages().empty() && fx.Messages()[0] == "Campo com tamanho maior que 255.";
+    EXPECT_EQ(reported, n == 255) << n;
+    if (reported) {
+      const Finding& f = fx.ps.findings.list[0];
+      EXPECT_EQ(f.field_number, 3);  // token 2 (type is token 1)
+      EXPECT_EQ(f.record_type, "");
+    }
+  }
+}
+
+TEST(Splitter, TooManyFieldsDescribesTheRest) {
+  test::RunFixture fx;
+  fx.Split("|0001|1|xy|z|");
+  ASSERT_EQ(fx.ps.findings.list.size(), 1u);
+  const Finding& f = fx.ps.findings.list[0];
+  EXPECT_EQ(f.record_type, "0001");
+  EXPECT_EQ(f.field_number, 4);  // token 3
+  EXPECT_EQ(f.column, 8);        // after field 02 (column 7, length 1)
+  EXPECT_EQ(f.content, "xy|z|");
+  EXPECT_EQ(f.length, 5);
+}
+
+// Reads every line of `bytes` through the block reader.
+std::vector<std::string> ReadAll(const std::string& bytes, std::string* digest) {
+  test::TempDir dir;
+  std::string path = dir.Write("f.txt", bytes);
+  platform::InputFile file;
+  int err = 0;
+  EXPECT_TRUE(file.Open(path, &err));
+  Sha256 sha;
+  std::vector<std::string> lines;
+  {
+    LineSource src(file, &sha);
+    std::string_view l;
+    while (src.Next(&l)) lines.emplace_back(l);
+    EXPECT_TRUE(src.FinishHash(static_cast<int64_t>(bytes.size()), true));
+  }
+  sha.Final(digest);
+  return lines;
+}
+
+TEST(LineSource, PiecesOfLongLinesAndBlockBoundaries) {
+  // A line of 50,000 bytes comes in pieces of 9,999 bytes; lines straddle the
+  // 4 MiB blocks; NUL bytes are data.
+  std::string big(50000, 'a');
+  std::string bytes = "|0000|\r\n" + big + "\r\n";
+  std::string filler;
+  while (bytes.size() + filler.size() < (9u << 20)) filler += "|1115|" + std::string(37, '\0') + "|\r\n";
+  bytes += filler + "tail";
+  std::string digest;
+  std::vector<std::string> lines = ReadAll(bytes, &digest);
+  ASSERT_GE(lines.size(), 8u);
+  EXPECT_EQ(lines[0], "|0000|\r\n");
+  for (int i = 1; i <= 5; ++i) EXPECT_EQ(lines[i].size(), 9999u) << i;
+  EXPECT_EQ(lines[6], std::string(50000 - 5 * 9999, 'a') + "\r\n");
+  EXPECT_EQ(lines.back(), "tail");
+  std::string joined;
+  for (const std::string& l : lines) joined += l;
+  EXPECT_EQ(joined, bytes);
+
+  // The digest of the blocks is the digest of the file.
+  Sha256 whole;
+  whole.Update(bytes.data(), bytes.size());
+  std::string expected;
+  whole.Final(&expected);
+  EXPECT_EQ(digest, expected);
+  EXPECT_EQ(digest.size(), 64u);
+}
+
+TEST(ReportName, StemIsCutAtTheLastDotOfTheFileName) {
+  EXPECT_EQ(ReportNameFor("/d/arq.txt"), "/d/arq.validacao.xml");
+  EXPECT_EQ(ReportNameFor("/d/arq.2025.txt"), "/d/arq.2025.validacao.xml");
+  EXPECT_EQ(ReportNameFor("/d.x/arq"), "/d.x/arq.validacao.xml");
+  EXPECT_EQ(ReportNameFor("./arq"), "./arq.validacao.xml");
+}
+
+TEST(Run, DigestOfTheWholeFileAndCounts) {
+  std::string content = test::Lines({"|0000|", "|0001|1|", "|XXXX|"}) + "|9999|3";
+  std::string report;
+  Result r = test::ValidateText(content, &report);
+  EXPECT_TRUE(r.completed);
+  EXPECT_EQ(r.records_read, 4);
+  EXPECT_EQ(r.unknown_records, 1);
+  Sha256 sha;
+  sha.Update(content.data(), content.size());
+  std::string expected;
+  sha.Final(&expected);
+  EXPECT_EQ(r.sha256, expected);
+}
+
+TEST(Run, HundredUnknownRecordsStopTheRun) {
+  std::vector<std::string> lines(150, "|ABCD|");
+  Result r = test::ValidateText(test::Lines(lines));
+  EXPECT_TRUE(r.completed);
+  EXPECT_EQ(r.unknown_records, 100);
+  ASSERT_FALSE(r.findings.empty());
+  EXPECT_EQ(r.findings.back().message,
+            L1("Parou a validação porque encontrou 100 tipos de registro inválidos!"));
+  // The required-record check is skipped.
+  for (const Finding& f : r.findings)
+    EXPECT_EQ(f.message.find("obrigat"), std::string::npos) << f.message;
+}
+
+TEST(Run, EmptyFileListsEveryRequiredRecord) {
+  Result r = test::ValidateText("");
+  EXPECT_TRUE(r.completed);
+  std::vector<std::string> missing;
+  for (const Finding& f : r.findings) {
+    EXPECT_EQ(f.line, 0);
+    missing.push_back(f.record_type);
+  }
+  EXPECT_EQ(missing, (std::vector<std::string>{"0000", "0001", "0005", "0990", "1001", "1990",
+                                                "9001", "9900", "9990", "9999"}));
+}
+
+TEST(Run, BadInputGivesAFailureNotACrash) {
+  test::TempDir dir;
+  Options o;
+  o.tables_dir = test::DataDir();
+  Result missing = Validate(dir.path() + "/nao-existe.txt", o);
+  EXPECT_FALSE(missing.completed);
+  EXPECT_EQ(missing.failure.rfind("E#C9102", 0), 0u) << missing.failure;
+
+  Result directory = Validate(dir.path(), o);
+  EXPECT_FALSE(directory.completed);
+  EXPECT_EQ(directory.failure.rfind("E#C9103", 0), 0u) << directory.failure;
+
+  o.tables_dir = dir.path();  // no municipality table there
+  Result no_table = Validate(dir.Write("a.txt", "|0000|\r\n"), o);
+  EXPECT_FALSE(no_table.completed);
+}
+
+}  // namespace
+}  // namespace volp
