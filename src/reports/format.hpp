@@ -7,15 +7,17 @@
 
 namespace volp {
 
-// 1234567 -> "1.234.567" (groups of three digits separated by ".").
-// The returned buffer type keeps messages free of allocations.
+// 1234567 -> "1.234.567" (groups of three digits separated by "."), at most
+// six groups; -1234567 -> "-1.234.567". The returned buffer type keeps
+// messages free of allocations.
 struct NumText {
   char buf[48];
   const char* c_str() const { return buf; }
   operator const char*() const { return buf; }
 };
 NumText Milhar(int64_t value);
-// Money in hundredths with separators: 123456789 -> "1.234.567,89".
+// Money in hundredths with separators: 123456789 -> "1.234.567,89";
+// -5 -> "-0,05".
 NumText MoedaMilhar(int64_t cents);
 // Money in hundredths without separators: 123456789 -> "1234567,89".
 NumText Moeda(int64_t cents);

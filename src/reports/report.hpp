@@ -1,6 +1,7 @@
 // The validation report <stem>.validacao.xml.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace volp {
@@ -13,6 +14,12 @@ enum ReportMode : int { kParcial = 0, kFinal = 1, kCompletar = 2 };
 // most every 5 s) and mode 1 write a whole document; mode 2 completes the file
 // mode 1 left open and copies it into place. Returns 0 on success.
 int GerarArquivoValidacao(Run& run, int mode);
+
+// The progress text of a partial report: "12,5% do arquivo a 1.234 reg/s
+// terminando em 3min20s.". `elapsed_us` is the high-resolution time since the
+// start of the run, `elapsed_s` the calendar seconds.
+std::string SituacaoValidacao(int64_t bytes_read, int64_t file_size, int64_t records,
+                              int64_t elapsed_us, int64_t elapsed_s);
 
 // The registration summary <stem>.rcad.txt, written only when a run ends
 // without errors. Returns 0 on success.
