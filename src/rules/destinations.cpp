@@ -1,0 +1,168 @@
+// 1120 tells where the goods or services of a 1115 went (state, recipient,
+// fiscal documents); 1220 does the same for a cancelled transaction (1200).
+// A client outside the declaring state justifies itself through them: the
+// destination, or else the client's own state, must be the declaring state.
+#include <string_view>
+
+#include "layout/field_analysis.hpp"
+#include "layout/latin1.hpp"
+#include "reports/format.hpp"
+#include "rules/block0.hpp"
+#include "rules/block1.hpp"
+#include "rules/block1_util.hpp"
+#include "validation/context.hpp"
+
+namespace volp {
+
+using b1::Filled;
+using b1::Text;
+
+namespace {
+
+// Fields shared by 1120 and 1220.
+enum : int { kUfDest = 1, kCnpjDest = 3, kCpfDest = 4, kIdDest = 5 };
+// Field of 1110 that the 1120 acquirer finding points at.
+constexpr int kAdqui1110 = 5;
+
+// The UF rule of 1120 and 1220: true when the record must be reported.
+bool UfDestinoRecusada(Run& run, const Record& rec) {
+  ClientEntry* client = run.block1.current_client;
+  if (client == nullptr || client->uf.empty() || !Filled(rec, kUfDest)) return false;
+  const std::string_view uf_dest = Text(rec, kUfDest);
+  const std::string_view fisco = run.ctx.uf_fisco;
+  if (uf_dest == fisco) {
+    client->dest_matches_fisco = true;
+    return false;
+  }
+  if (client->uf == fisco) {
+    client->dest_matches_fisco = true;
+    Block1State& b = run.block1;
+    auto it = b.ufs.find(uf_dest);
+    if (it == b.ufs.end()) it = b.ufs.insert(b.arena.Copy(uf_dest)).first;
+    client->last_uf_dest = *it;
+    return false;
+  }
+  return run.ctx.finalidade != 3;
+}
+
+void ReportarUfDestino(Run& run, const Record& rec, const char* code) {
+  const ClientEntry* c = run.block1.current_client;
+  const std::string_view uf_dest = Text(rec, kUfDest);
+  Msg m;
+  run.Report(rec, kUfDest, kErro,
+             m("A UF_DEST informada no campo %02d do registro %s é '%.*s' e a UF informada no "
+               "campo %02d do registro 0100 para o COD_CLIENTE '%.*s' é '%.*s' na linha %s e "
+               "posição %s no arquivo. Uma delas deveria ser igual a UF_FISCO '%s' informada no "
+               "campo %02d do registro 0000."_l1,
+               2, code, static_cast<int>(uf_dest.size()), uf_dest.data(), 9,
+               static_cast<int>(c->code.size()), c->code.data(), static_cast<int>(c->uf.size()),
+               c->uf.data(), Milhar(c->line).c_str(), Milhar(c->offset).c_str(),
+               run.ctx.uf_fisco.c_str(), 4));
+}
+
+}  // namespace
+
+void ValidarRegistro_1120(Run& run, Record& rec, int prev_type, int src_line) {
+  b1::LogEntrada(run, "      ", "1120", rec, prev_type, src_line);
+  AnalisarRegistro(run, rec);
+  Block1State& b = run.block1;
+  Msg m;
+
+  if (b.current_client != nullptr) b.current_client->has_1120 = true;
+
+  // 1.
+  if (UfDestinoRecusada(run, rec)) ReportarUfDestino(run, rec, "1120");
+
+  // 2. One recipient: a CNPJ, a CPF, or an identification for neither.
+  const bool cnpj = Filled(rec, kCnpjDest);
+  const bool cpf = Filled(rec, kCpfDest);
+  const bool id = Filled(rec, kIdDest);
+  if (cnpj && cpf) {
+    run.Report(rec, kCpfDest, kErro,
+               m("Já está preenchido o campo %02d - CNPJ_DEST então não pode preencher o campo "
+                 "%02d - CPF_DEST."_l1,
+                 4, 5));
+  }
+  if (cnpj && id) {
+    run.Report(rec, kIdDest, kErro,
+               m("Já está preenchido o campo %02d - CNPJ_DEST então não pode preencher o campo "
+                 "%02d - ID_DEST."_l1,
+                 4, 6));
+  }
+  if (!cnpj && cpf && id) {
+    run.Report(rec, kIdDest, kErro,
+               m("Já está preenchido o campo %02d - CPF_DEST então não pode preencher o campo "
+                 "%02d - ID_DEST."_l1,
+                 5, 6));
+  }
+  if (!cnpj && !cpf && id) {
+    const int32_t size = rec.def(kIdDest).size;
+    const int32_t length = static_cast<int32_t>(Text(rec, kIdDest).size());
+    if (length > size) {
+      run.Report(rec, kIdDest, kErro,
+                 m("O campo %02d - ID_DEST tem %d posições mas deveria ter no máximo %d "
+                   "posições."_l1,
+                   6, length, size));
+    }
+  }
+  if (!cnpj && !cpf && !id) {
+    run.Report(rec, kCnpjDest, kErro,
+               m("Faltou preencher o campo %02d - CNPJ_DEST ou %02d - CPF_DEST ou %02d - "
+                 "ID_DEST."_l1,
+                 4, 5, 6));
+  }
+
+  // 3. A destination shows that the day's transactions went through an
+  // acquirer: the parent 1110 should have named it. Recorded at the 1110.
+  const Last1110& l = b.last_1110;
+  if (l.present && l.cod_mcapt_filled && l.in_distintos && !l.cnpj_adqui_filled &&
+      l.tipo_tecn != 7) {
+    const FieldRef ref = l.cnpj_adqui_field.Ref(kRecordTypes[kR1110].fields[kAdqui1110].name);
+    run.ReportAt(l.offset, l.line, kR1110, kAdqui1110, &ref, kErro,
+                 m("O campo %02d - CNPJ_ADQUI deve ser preenchido porque encontrou o registro "
+                   "1120 na linha %s e posição %s no arquivo."_l1,
+                   6, Milhar(run.ctx.line).c_str(), Milhar(run.ctx.offset).c_str()));
+  }
+}
+
+void ValidarRegistro_1220(Run& run, Record& rec, int prev_type, int src_line) {
+  b1::LogEntrada(run, "  ", "1220", rec, prev_type, src_line);
+  AnalisarRegistro(run, rec);
+  Block1State& b = run.block1;
+  Msg m;
+
+  if (b.current_client != nullptr) b.current_client->has_1220 = true;
+
+  if (UfDestinoRecusada(run, rec)) ReportarUfDestino(run, rec, "1220");
+
+  const bool cnpj = Filled(rec, kCnpjDest);
+  const bool cpf = Filled(rec, kCpfDest);
+  const bool id = Filled(rec, kIdDest);
+  if (cnpj && cpf) {
+    run.Report(
+        rec, kCpfDest, kErro,
+        "Já está preenchido o campo CNPJ_DEST então não pode preencher o campo CPF_DEST."_l1);
+  }
+  if (cnpj && id) {
+    run.Report(rec, kIdDest, kErro,
+               "Já está preenchido o campo CNPJ_DEST então não pode preencher o campo ID_DEST."_l1);
+  }
+  if (!cnpj && cpf && id) {
+    run.Report(rec, kIdDest, kErro,
+               "Já está preenchido o campo CPF_DEST então não pode preencher o campo ID_DEST."_l1);
+  }
+  if (!cnpj && !cpf && id) {
+    const int32_t size = rec.def(kIdDest).size;
+    const int32_t length = static_cast<int32_t>(Text(rec, kIdDest).size());
+    if (length > size) {
+      run.Report(rec, kIdDest, kErro,
+                 m("O campo ID_DEST tem %d posições mas deveria ter no máximo %d posições."_l1,
+                   length, size));
+    }
+  }
+  if (!cnpj && !cpf && !id) {
+    run.Report(rec, kCnpjDest, kErro, "Faltou preencher o campo CNPJ_DEST ou CPF_DEST ou ID_DEST.");
+  }
+}
+
+}  // namespace volp
