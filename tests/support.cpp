@@ -16,7 +16,7 @@ namespace volp::test {
 
 namespace fs = std::filesystem;
 
-std::string DataDir() { return VOLP_TEST_DATA_DIR "/../../data"; }
+std::string DataDir() { return VOLP_REPO_DATA_DIR; }
 
 TempDir::TempDir() {
   static std::atomic<int> counter{0};
