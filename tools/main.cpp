@@ -1,7 +1,42 @@
-// Placeholder until the command line arrives.
-#include <cstdio>
+// volp: the command line of the VOLP declaration validator.
+//   volp validate FILE   check a declaration file and write its report
+//   volp generate ...    write realistic declaration files (tests, benchmarks)
+#include <CLI/CLI.hpp>
 
-int main() {
-  std::puts("volp");
-  return 0;
+#include "cli_validate.hpp"
+// #include "generator/command.hpp"  // ENABLE with AddGenerateCommand below once the generator
+// lands
+
+#ifndef VOLP_VERSION_TEXT
+#define VOLP_VERSION_TEXT "dev"
+#endif
+
+int main(int argc, char** argv) {
+  CLI::App app{
+      "volp " VOLP_VERSION_TEXT
+      " - validator of VOLP declaration files (ISO 8859-1 text, one \"|\"-delimited record per "
+      "CR LF line)",
+      "volp"};
+  app.set_version_flag("--version", "volp " VOLP_VERSION_TEXT);
+  app.require_subcommand(1);
+  app.footer(
+      "Run \"volp validate --help\" for what is checked, the report, the exit status and how to "
+      "stop a run.\nExit status of validate: 0 valid, 1 errors found, 2 the run could not be "
+      "done.");
+
+  int exit_code = 0;
+  volp::cli::AddValidateCommand(app, &exit_code);
+  // AddGenerateCommand(app);  // ENABLE together with the include above
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::RuntimeError& e) {
+    // A subcommand that ends with its own status.
+    return e.get_exit_code();
+  } catch (const CLI::ParseError& e) {
+    // --help and --version end with 0; wrong arguments are status 2, like a
+    // run that could not be done.
+    return app.exit(e) == 0 ? 0 : volp::cli::kExitNotDone;
+  }
+  return exit_code;
 }

@@ -1,0 +1,276 @@
+// End-to-end tests of the `volp` command line: the built binary runs on small
+// files in a temporary directory; its exit status, summary and messages are
+// what a person or a script at a terminal relies on.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "support.hpp"
+
+namespace volp {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct CliRun {
+  int status = -1;  // exit status; 128 + signal when killed
+  std::string out;
+  std::string err;
+};
+
+// Starts the CLI with `args` in `cwd`, stdout and stderr to the given
+// descriptors; returns the child's pid.
+pid_t Spawn(const std::vector<std::string>& args, const std::string& cwd, int out_fd, int err_fd) {
+  std::vector<char*> argv;
+  std::string exe = VOLP_CLI_PATH;
+  argv.push_back(exe.data());
+  std::vector<std::string> copy = args;
+  for (std::string& a : copy) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  const pid_t pid = fork();
+  if (pid == 0) {
+    if (!cwd.empty() && chdir(cwd.c_str()) != 0) _exit(127);
+    const int null_in = open("/dev/null", O_RDONLY);
+    dup2(null_in, 0);
+    dup2(out_fd, 1);
+    dup2(err_fd, 2);
+    execv(exe.c_str(), argv.data());
+    _exit(127);
+  }
+  return pid;
+}
+
+int Wait(pid_t pid) {
+  int raw = 0;
+  waitpid(pid, &raw, 0);
+  return WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
+}
+
+CliRun RunCli(const std::vector<std::string>& args, const std::string& cwd = "") {
+  test::TempDir io;
+  const std::string out_path = io.path() + "/out";
+  const std::string err_path = io.path() + "/err";
+  const int out_fd = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  const int err_fd = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  CliRun run;
+  run.status = Wait(Spawn(args, cwd, out_fd, err_fd));
+  close(out_fd);
+  close(err_fd);
+  run.out = test::ReadFile(out_path);
+  run.err = test::ReadFile(err_path);
+  return run;
+}
+
+std::string ExampleText() {
+  return test::ReadFile(std::string(VOLP_TEST_DATA_DIR) + "/../../examples/declaracao-exemplo.txt");
+}
+
+// The example with its first occurrence of `from` replaced by `to`.
+std::string ExampleWith(const std::string& from, const std::string& to) {
+  std::string text = ExampleText();
+  const size_t at = text.find(from);
+  EXPECT_NE(at, std::string::npos) << from;
+  if (at != std::string::npos) text.replace(at, from.size(), to);
+  return text;
+}
+
+std::vector<std::string> ValidateArgs(const std::string& file,
+                                      std::vector<std::string> extra = {}) {
+  std::vector<std::string> args = {"validate",   file,       "--today",
+                                   test::kToday, "--tables", test::DataDir()};
+  args.insert(args.end(), extra.begin(), extra.end());
+  return args;
+}
+
+TEST(Cli, HelpExplainsTheCommandsTheReportAndTheExitStatus) {
+  const CliRun top = RunCli({"--help"});
+  EXPECT_EQ(top.status, 0);
+  EXPECT_NE(top.out.find("validate"), std::string::npos) << top.out;
+
+  const CliRun help = RunCli({"validate", "--help"});
+  EXPECT_EQ(help.status, 0);
+  for (const char* topic : {"--today", "--tables", "--log-level", "--log-dir", "--findings",
+                            "--quiet", ".validacao.xml", "RELATORIO_DTB_BRASIL_MUNICIPIO.csv",
+                            ".parar_ValidadorVOLP-<pid>", "Validação Cancelada", "Exit status"}) {
+    EXPECT_NE(help.out.find(topic), std::string::npos) << topic;
+  }
+}
+
+TEST(Cli, WrongArgumentsEndWithStatusTwo) {
+  const std::vector<std::vector<std::string>> cases = {
+      {},                                                 // no command
+      {"check", "x.txt"},                                 // unknown command
+      {"validate"},                                       // no file
+      {"validate", "x.txt", "--today", "2026011"},        // short date
+      {"validate", "x.txt", "--today", "2026-01-15"},     // not digits
+      {"validate", "x.txt", "--findings", "-1"},          // negative count
+      {"validate", "x.txt", "--tables", "/no/such/dir"},  // missing directory
+  };
+  for (const auto& args : cases) {
+    const CliRun run = RunCli(args);
+    EXPECT_EQ(run.status, 2) << (args.empty() ? "(none)" : args[0] + " " + args.back());
+  }
+}
+
+TEST(Cli, ValidExampleExitsZeroWithTheVerdictAndNoFindings) {
+  test::TempDir dir;
+  const std::string file = dir.Write("declaracao.txt", ExampleText());
+  const CliRun run = RunCli(ValidateArgs(file));
+  EXPECT_EQ(run.status, 0) << run.out << run.err;
+  EXPECT_NE(run.out.find("Verdict:  Arquivo validado\n"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("Errors:   0   warnings: 0   rejected lines: 0"), std::string::npos)
+      << run.out;
+  EXPECT_EQ(run.out.find("Findings"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("Report:   " + dir.path() + "/declaracao.validacao.xml"),
+            std::string::npos);
+  EXPECT_TRUE(fs::exists(dir.path() + "/declaracao.validacao.xml"));
+}
+
+TEST(Cli, FileWithErrorsExitsOneAndListsTheFindingsInUtf8) {
+  test::TempDir dir;
+  // The declarant's CNPJ with a wrong last check digit.
+  const std::string file =
+      dir.Write("erro.txt", ExampleWith("|35123456000123|", "|35123456000124|"));
+  const CliRun run = RunCli(ValidateArgs(file));
+  EXPECT_EQ(run.status, 1) << run.out << run.err;
+  EXPECT_NE(run.out.find("Verdict:  Arquivo possui registros rejeitados"), std::string::npos)
+      << run.out;
+  // One rejected 0000 record in the per-type table.
+  EXPECT_TRUE(std::regex_search(run.out, std::regex("\n  0000 +[1-9][0-9]* +0 +1 +1\n")))
+      << run.out;
+  // Latin-1 messages and names come out as UTF-8.
+  EXPECT_NE(run.out.find("line 1 0000 field 05 (CNPJ do informante): O dígito verificador 2 "
+                         "não confere!"),
+            std::string::npos)
+      << run.out;
+  EXPECT_NE(run.out.find("[error]"), std::string::npos);
+}
+
+TEST(Cli, FindingsOptionLimitsTheListAndQuietPrintsNothing) {
+  test::TempDir dir;
+  // IND_SPLIT out of its list in every transaction: many findings.
+  std::string text = ExampleText();
+  for (size_t at = 0; (at = text.find("\n|1115|", at)) != std::string::npos; ++at) {
+    text.replace(text.find("||0|", at), 4, "||7|");
+  }
+  const std::string file = dir.Write("muitos.txt", text);
+
+  const CliRun limited = RunCli(ValidateArgs(file, {"--findings", "3"}));
+  EXPECT_EQ(limited.status, 1);
+  EXPECT_TRUE(std::regex_search(limited.out, std::regex("First 3 of [0-9]+ findings:\n")))
+      << limited.out;
+  EXPECT_TRUE(std::regex_search(limited.out, std::regex("\\.\\.\\. [0-9]+ more in the report")));
+
+  const CliRun none = RunCli(ValidateArgs(file, {"--findings", "0"}));
+  EXPECT_EQ(none.out.find("line "), std::string::npos) << none.out;
+
+  const CliRun quiet = RunCli(ValidateArgs(file, {"--quiet"}));
+  EXPECT_EQ(quiet.status, 1);
+  EXPECT_EQ(quiet.out, "");
+  EXPECT_EQ(quiet.err, "");
+}
+
+TEST(Cli, RunsThatCannotBeDoneExitTwoAndSayWhy) {
+  test::TempDir dir;
+  test::TempDir no_table;
+  const std::string file = dir.Write("ok.txt", ExampleText());
+  struct Case {
+    const char* name;
+    std::vector<std::string> args;
+  };
+  const std::vector<Case> cases = {
+      {"missing file", ValidateArgs(dir.path() + "/nao-existe.txt")},
+      {"directory", ValidateArgs(dir.path())},
+      {"no municipality table", {"validate", file, "--tables", no_table.path()}},
+  };
+  for (const Case& c : cases) {
+    const CliRun run = RunCli(c.args);
+    EXPECT_EQ(run.status, 2) << c.name << "\n" << run.out << run.err;
+    EXPECT_NE(run.err.find("volp: "), std::string::npos) << c.name << ": " << run.err;
+    EXPECT_EQ(run.out.find("Verdict:"), std::string::npos) << c.name;
+  }
+}
+
+TEST(Cli, EmptyFileExitsOneAlthoughTheReportSaysValidated) {
+  test::TempDir dir;
+  const std::string file = dir.Write("vazio.txt", "");
+  const CliRun run = RunCli(ValidateArgs(file));
+  // The required-record findings stand on line 0, which the rejected-line
+  // count never sees: the report keeps its verdict, the status says errors.
+  EXPECT_EQ(run.status, 1) << run.out << run.err;
+  EXPECT_NE(run.out.find("Verdict:  Arquivo validado"), std::string::npos) << run.out;
+  EXPECT_NE(
+      run.out.find("line 0 0000: O registro 0000 é obrigatório mas não foi encontrado no arquivo."),
+      std::string::npos)
+      << run.out;
+  EXPECT_TRUE(std::regex_search(run.out, std::regex("\n  0000 +1 +0 +0 +0\n"))) << run.out;
+}
+
+TEST(Cli, MunicipalityTableIsLookedForInTheCurrentDirectoryFirst) {
+  test::TempDir dir;
+  const std::string file = dir.Write("ok.txt", ExampleText());
+  const std::string table = "RELATORIO_DTB_BRASIL_MUNICIPIO.csv";
+
+  // Without a table in the current directory: the installed or source copy.
+  const CliRun elsewhere = RunCli({"validate", file, "--today", test::kToday}, dir.path());
+  EXPECT_EQ(elsewhere.status, 0) << elsewhere.out << elsewhere.err;
+  EXPECT_TRUE(std::regex_search(
+      elsewhere.out, std::regex("Tables:   .*" + table + " \\((installed data|source tree)\\)\n")))
+      << elsewhere.out;
+
+  fs::copy_file(test::DataDir() + "/" + table, dir.path() + "/" + table);
+  const CliRun here = RunCli({"validate", file, "--today", test::kToday}, dir.path());
+  EXPECT_EQ(here.status, 0) << here.out << here.err;
+  EXPECT_NE(here.out.find("Tables:   " + fs::canonical(dir.path()).string() + "/" + table +
+                          " (current directory)\n"),
+            std::string::npos)
+      << here.out;
+}
+
+TEST(Cli, InterruptStopsTheRunWithACancelledReport) {
+  test::TempDir dir;
+  // The example and then records that the structure ignores after the 9999:
+  // long enough that the run is still going when the interrupt arrives.
+  std::string text = ExampleText();
+  const std::string tail = "|9999|1|\r\n";
+  text.reserve(text.size() + tail.size() * 3'000'000);
+  for (int i = 0; i < 3'000'000; ++i) text += tail;
+  const std::string file = dir.Write("grande.txt", text);
+
+  int out_pipe[2];
+  ASSERT_EQ(pipe(out_pipe), 0);
+  const int err_fd = open((dir.path() + "/err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  const pid_t pid = Spawn(ValidateArgs(file), "", out_pipe[1], err_fd);
+  close(out_pipe[1]);
+  close(err_fd);
+
+  // The header is printed once the interrupt handler is in place.
+  std::string out;
+  char buf[4096];
+  while (out.find("Tables:") == std::string::npos) {
+    const ssize_t n = read(out_pipe[0], buf, sizeof buf);
+    if (n <= 0) break;
+    out.append(buf, static_cast<size_t>(n));
+  }
+  kill(pid, SIGINT);
+  for (ssize_t n; (n = read(out_pipe[0], buf, sizeof buf)) > 0;) out.append(buf, n);
+  close(out_pipe[0]);
+  const int status = Wait(pid);
+
+  EXPECT_EQ(status, 2) << out;
+  EXPECT_NE(out.find("Validação Cancelada"), std::string::npos) << out;
+  const std::string report = test::ReadFile(dir.path() + "/grande.validacao.xml");
+  EXPECT_NE(report.find(test::L1("<SituacaoValidacao>Validação Cancelada</SituacaoValidacao>")),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace volp
