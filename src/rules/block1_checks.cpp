@@ -142,7 +142,7 @@ void VerificacaoRegistro_1100_TransacoesComCPF(Run& run, int src_line) {
             Moeda(kCpfValorMinimo).c_str());
     }
     if (t->qtd < kCpfQtdMinima) {
-      qtd(" A quantidade total mensal é %s inferior a %s.", Milhar(t->qtd).c_str(),
+      qtd(" A quantidade total mensal é %s inferior a %s."_l1, Milhar(t->qtd).c_str(),
           Milhar(kCpfQtdMinima).c_str());
     }
     for (int32_t i = t->first; i >= 0; i = b.cpf_contributions[i].next) {
