@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -235,15 +236,56 @@ TEST(Cli, MunicipalityTableIsLookedForInTheCurrentDirectoryFirst) {
       << here.out;
 }
 
-TEST(Cli, InterruptStopsTheRunWithACancelledReport) {
-  test::TempDir dir;
-  // The example and then records that the structure ignores after the 9999:
-  // long enough that the run is still going when the interrupt arrives.
+// The example followed by `extra` records that the structure ignores after
+// the 9999: a large file that is quick to read.
+std::string LargeFile(int extra) {
   std::string text = ExampleText();
   const std::string tail = "|9999|1|\r\n";
-  text.reserve(text.size() + tail.size() * 3'000'000);
-  for (int i = 0; i < 3'000'000; ++i) text += tail;
-  const std::string file = dir.Write("grande.txt", text);
+  text.reserve(text.size() + tail.size() * extra);
+  for (int i = 0; i < extra; ++i) text += tail;
+  return text;
+}
+
+TEST(Cli, ProgressBarOnlyWhenStderrIsATerminalAndTheFileIsLarge) {
+  test::TempDir dir;
+  const std::string small = dir.Write("pequeno.txt", ExampleText());
+  const std::string large = dir.Write("grande.txt", LargeFile(3'600'000));  // 36 MB
+  struct Case {
+    std::string file;
+    bool bar;
+    int status;  // the large file has one finding: a record after the 9999
+  };
+  for (const Case& c : {Case{large, true, 1}, Case{small, false, 0}}) {
+    const int master = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(grantpt(master), 0);
+    ASSERT_EQ(unlockpt(master), 0);
+    const int slave = open(ptsname(master), O_RDWR | O_NOCTTY);
+    ASSERT_GE(slave, 0);
+    const int out_fd = open((dir.path() + "/out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const pid_t pid = Spawn(ValidateArgs(c.file), "", out_fd, slave);
+    close(slave);
+    close(out_fd);
+    std::string err;
+    char buf[4096];
+    // Drain the terminal until the child closes it (read then fails with EIO).
+    for (ssize_t n; (n = read(master, buf, sizeof buf)) > 0;) err.append(buf, n);
+    close(master);
+    EXPECT_EQ(Wait(pid), c.status) << c.file;
+    EXPECT_EQ(err.find("\r[#") != std::string::npos, c.bar) << c.file << ": " << err;
+    if (c.bar) {
+      EXPECT_NE(err.find("% "), std::string::npos) << err;
+      EXPECT_NE(err.find("MiB"), std::string::npos) << err;
+      // The bar is erased before the summary.
+      EXPECT_EQ(err.substr(err.size() - 4), "\r\x1b[K") << err;
+    }
+  }
+}
+
+TEST(Cli, InterruptStopsTheRunWithACancelledReport) {
+  test::TempDir dir;
+  // Long enough that the run is still going when the interrupt arrives.
+  const std::string file = dir.Write("grande.txt", LargeFile(3'000'000));
 
   int out_pipe[2];
   ASSERT_EQ(pipe(out_pipe), 0);
