@@ -1,5 +1,7 @@
 // The reader and the splitter: framing findings, pieces of over-long lines,
 // tokens, the limits of the run loop and the digest.
+#include "validation/reader.hpp"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -7,7 +9,6 @@
 
 #include "support.hpp"
 #include "validation/line_source.hpp"
-#include "validation/reader.hpp"
 #include "validation/validator.hpp"
 
 namespace volp {
@@ -26,23 +27,32 @@ TEST(Splitter, FramingAndTokens) {
   const std::vector<SplitCase> cases = {
       {"|0000|\r\n", kR0000, {}, {"0000", "", ""}},
       {"|0001|1|\r\n", kR0001, {}, {"0001", "1"}},
-      {"|0001|1|\n", kR0001,
+      {"|0001|1|\n",
+       kR0001,
        {"Encontrou o caractere LF no final do registro e faltou antes o caractere CR. Cada "
         "registro do arquivo deve terminar com CR e LF."},
        {"0001", "1"}},
-      {"|0001|1|\r", kR0001,
+      {"|0001|1|\r",
+       kR0001,
        {"Encontrou o caractere CR no final do registro e faltou o caractere LF. Cada registro do "
         "arquivo deve termincar com CR e LF."},
        {"0001", "1"}},
       {"|0001|1|", kR0001, {}, {"0001", "1"}},  // last line without line end
       {"\r\n", -1, {L1("O registro está vazio!")}, {}},
-      {"abc\r\n", -1, {L1("O primeiro caractere do registro é 'a' mas deveria ser '|' (pipe)."), L1("O último caractere do registro é 'c' mas deveria ser '|' (pipe).")}, {}},
-      {"0000|a|\r\n", -1,
+      {"abc\r\n",
+       -1,
+       {L1("O primeiro caractere do registro é 'a' mas deveria ser '|' (pipe)."),
+        L1("O último caractere do registro é 'c' mas deveria ser '|' (pipe).")},
+       {}},
+      {"0000|a|\r\n",
+       -1,
        {L1("O primeiro caractere do registro é '0' mas deveria ser '|' (pipe)."),
         L1("O registro a é de tipo inválido.")},
        {}},
       // The text after the last pipe is never stored.
-      {"|9999|5\r\n", kR9999, {L1("O último caractere do registro é '5' mas deveria ser '|' (pipe).")},
+      {"|9999|5\r\n",
+       kR9999,
+       {L1("O último caractere do registro é '5' mas deveria ser '|' (pipe).")},
        {"9999", ""}},
       {"|0001|1|2|\r\n", kR0001, {L1("Número de campos excedido no registro.")}, {"0001", "1"}},
       {"|0001||\r\n", kR0001, {}, {"0001", ""}},
@@ -77,7 +87,8 @@ TEST(Splitter, FieldOf255CharactersIsReported) {
   for (size_t n : {254u, 255u}) {
     test::RunFixture fx;
     fx.Split("|0005|" + std::string(n, 'x') + "|");
-    const bool reported = !fx.Messages().empty() && fx.Messages()[0] == "Campo com tamanho maior que 255.";
+    const bool reported =
+        !fx.Messages().empty() && fx.Messages()[0] == "Campo com tamanho maior que 255.";
     EXPECT_EQ(reported, n == 255) << n;
     if (reported) {
       const Finding& f = fx.ps.findings.list[0];
@@ -124,7 +135,8 @@ TEST(LineSource, PiecesOfLongLinesAndBlockBoundaries) {
   std::string big(50000, 'a');
   std::string bytes = "|0000|\r\n" + big + "\r\n";
   std::string filler;
-  while (bytes.size() + filler.size() < (9u << 20)) filler += "|1115|" + std::string(37, '\0') + "|\r\n";
+  while (bytes.size() + filler.size() < (9u << 20))
+    filler += "|1115|" + std::string(37, '\0') + "|\r\n";
   bytes += filler + "tail";
   std::string digest;
   std::vector<std::string> lines = ReadAll(bytes, &digest);
@@ -189,7 +201,7 @@ TEST(Run, EmptyFileListsEveryRequiredRecord) {
     missing.push_back(f.record_type);
   }
   EXPECT_EQ(missing, (std::vector<std::string>{"0000", "0001", "0005", "0990", "1001", "1990",
-                                                "9001", "9900", "9990", "9999"}));
+                                               "9001", "9900", "9990", "9999"}));
 }
 
 TEST(Run, BadInputGivesAFailureNotACrash) {
