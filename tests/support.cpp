@@ -1,13 +1,13 @@
 #include "support.hpp"
 
+#include <unistd.h>
+
 #include <atomic>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
-
-#include <unistd.h>
 
 #include "validation/reader.hpp"
 #include "validation/state_machine.hpp"
@@ -68,7 +68,8 @@ std::string MaskReport(std::string xml) {
       "<(TempoTotalProcessamento|Leitura|Varredura|Registros|GravacaoValidacao|GravacaoRCAD|"
       "ValidadorMicrosegundos|ValidadorSegundos)>[0-9]+</");
   xml = std::regex_replace(xml, kVolatile, "<$1>#</");
-  static const std::regex kText("<(DataHoraValidacao|VersaoDLL|VersaoZulKop|NomeArquivo|PID)>[^<]*</");
+  static const std::regex kText(
+      "<(DataHoraValidacao|VersaoDLL|VersaoZulKop|NomeArquivo|PID)>[^<]*</");
   xml = std::regex_replace(xml, kText, "<$1>#</");
   return xml;
 }
@@ -120,9 +121,15 @@ int RunFixture::Feed(std::string_view line) {
   ++ps.findings.per_type[type].count;
   const char* code = kRecordTypes[type].code;
   switch (code[0]) {
-    case '0': ++run.ctx.block0; break;
-    case '1': ++run.ctx.block1; break;
-    case '9': ++run.ctx.block9; break;
+    case '0':
+      ++run.ctx.block0;
+      break;
+    case '1':
+      ++run.ctx.block1;
+      break;
+    case '9':
+      ++run.ctx.block9;
+      break;
   }
   StepStateMachine(run, rec);
   run.ctx.previous_type = std::atoi(code);

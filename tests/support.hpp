@@ -42,8 +42,7 @@ std::string Lines(const std::vector<std::string>& lines);
 // Validates `content` written to a file in a temporary directory, with the
 // repository's municipality table and the day fixed to kToday. `report`
 // receives the XML when not null.
-Result ValidateText(std::string_view content, std::string* report = nullptr,
-                    Options options = {});
+Result ValidateText(std::string_view content, std::string* report = nullptr, Options options = {});
 
 // The report with what changes from run to run masked: times, the date and
 // hour of the validation, versions, the input path and the process id.

@@ -17,7 +17,8 @@ constexpr FieldDef k0000[] = {
     {3, kUf, 2, 0, 'S', "UF_FISCO - Sigla da UF do Fisco"_l1},
     {4, kCnpj, 14, 0, 'S', "CNPJ do informante"_l1},
     {5, kTexto, 255, 0, 'S', "Nome Empresarial"_l1},
-    {6, kData, 8, 0, 'S', "DT_INI - Data do início do período referente as informações prestadas"_l1},
+    {6, kData, 8, 0, 'S',
+     "DT_INI - Data do início do período referente as informações prestadas"_l1},
     {7, kData, 8, 0, 'S', "DT_FIN - Data do fim do período referente as informações prestadas"_l1},
     {8, kNumerico, 1, 0, 'S', "TP_AMB - Tipo de ambiente: 1 produção, 2 homologação"_l1},
     {9, kAnoMes, 6, 0, 'S', "MES_VAL - Ano e Mês de validação do arquivo"_l1},
@@ -69,7 +70,8 @@ constexpr FieldDef k0200[] = {
 };
 constexpr FieldDef k0300[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 0300"_l1},
-    {1, kTexto, 255, 0, 'S', "COD_IP_PAR - Código de identificação da Instituição de Pagamento Parceira"_l1},
+    {1, kTexto, 255, 0, 'S',
+     "COD_IP_PAR - Código de identificação da Instituição de Pagamento Parceira"_l1},
     {2, kCnpj, 14, 0, 'S', "CNPJ"_l1},
     {3, kTexto, 255, 0, 'S', "Nome Empresarial"_l1},
     {4, kTexto, 255, 0, 'S', "Endereço completo"_l1},
@@ -94,7 +96,8 @@ constexpr FieldDef k0600[] = {
     {10, kNumerico, 20, 0, 'S', "FONE_CONT - Telefone para contato"_l1},
     {11, kEmail, 255, 0, 'S', "EMAIL_CONT - e-mail do contato"_l1},
     {12, kData, 8, 0, 'S', "DT_INI_AUT - Data de habilitação da instituição autorizada"_l1},
-    {13, kData, 8, 0, 'N', "DT_FIM_AUT - Data de cancelamento da habilitação da instituição autorizada"_l1},
+    {13, kData, 8, 0, 'N',
+     "DT_FIM_AUT - Data de cancelamento da habilitação da instituição autorizada"_l1},
 };
 constexpr FieldDef k0990[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 0990"_l1},
@@ -106,7 +109,8 @@ constexpr FieldDef k1001[] = {
 };
 constexpr FieldDef k1100[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 1100"_l1},
-    {1, kTexto, 255, 0, 'N', "COD_IP_PAR - Código de identificação da Instituição de Pagamento Parceira"_l1},
+    {1, kTexto, 255, 0, 'N',
+     "COD_IP_PAR - Código de identificação da Instituição de Pagamento Parceira"_l1},
     {2, kTexto, 255, 0, 'S', "COD_CLIENTE - Código de identificação do Cliente"_l1},
     {3, kNumerico, 1, 0, 'S', "IND_COMEX - Indicador de transação de pagamento ao exterior"_l1},
     {4, kNumerico, 1, 0, 'S', "IND_EXTEMP - Indicador de informação extemporânea"_l1},
@@ -121,12 +125,14 @@ constexpr FieldDef k1110[] = {
     {2, kData, 8, 0, 'S', "DT_OP - Data da operação"_l1},
     {3, kNumerico, 10, 2, 'S', "VALOR - Valor total diário das operações realizadas na data"_l1},
     {4, kNumerico, 10, 0, 'S', "QTD - Quantidade total diária de operações realizadas na data"_l1},
-    {5, kCnpj, 14, 0, 'N', "CNPJ_ADQUI - CNPJ da Adquirente ou subadquirente que autorizou a transação"_l1},
+    {5, kCnpj, 14, 0, 'N',
+     "CNPJ_ADQUI - CNPJ da Adquirente ou subadquirente que autorizou a transação"_l1},
 };
 constexpr FieldDef k1115[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 1115"_l1},
     {1, kTexto, 255, 0, 'N', "NSU - Número sequencial único"_l1},
-    {2, kTexto, 255, 0, 'N', "COD_AUT - Identificação do código de identificação da autorização"_l1},
+    {2, kTexto, 255, 0, 'N',
+     "COD_AUT - Identificação do código de identificação da autorização"_l1},
     {3, kTexto, 255, 0, 'N', "ID_TRANSAC - Identificação da transação de pagamento"_l1},
     {4, kNumerico, 1, 0, 'S', "IND_SPLIT - Indicador de operação splitada"_l1},
     {5, kNumerico, 2, 0, 'S', "BANDEIRA - Bandeira do Cartão do Cliente"_l1},
@@ -137,23 +143,28 @@ constexpr FieldDef k1115[] = {
 };
 constexpr FieldDef k1120[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 1120"_l1},
-    {1, kUf, 2, 0, 'S', "UF_DEST - UF para qual foi destinada a transação comercial ou prestação de serviço"_l1},
+    {1, kUf, 2, 0, 'S',
+     "UF_DEST - UF para qual foi destinada a transação comercial ou prestação de serviço"_l1},
     {2, kChaveAcesso, 44, 0, 'N', "CHAVE_NF - Chave da NFe ou NFCe"_l1},
     {3, kCnpj, 14, 0, 'N', "CNPJ_DEST - CNPJ do destinatário da transação"_l1},
     {4, kCpf, 11, 0, 'N', "CPF_DEST - CPF do destinatário da transação"_l1},
-    {5, kTexto, 255, 0, 'N', "ID_DEST - Identificação de destinatários sem cadastro de CPF ou CNPJ"_l1},
+    {5, kTexto, 255, 0, 'N',
+     "ID_DEST - Identificação de destinatários sem cadastro de CPF ou CNPJ"_l1},
     {6, kChaveAcesso, 44, 0, 'N', "CHAVE_NFSE - Chave da NFS-e"_l1},
     {7, kChaveAcesso, 44, 0, 'N', "CHAVE_DCE - Chave da DC-e"_l1},
     {8, kUf, 2, 0, 'N', "UF da saída da mercadoria ou prestação do serviço"_l1},
-    {9, kCnpj, 14, 0, 'N', "CNPJ de quem promoveu a saída da mercadoria ou prestação de serviço"_l1},
+    {9, kCnpj, 14, 0, 'N',
+     "CNPJ de quem promoveu a saída da mercadoria ou prestação de serviço"_l1},
 };
 constexpr FieldDef k1200[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 1200"_l1},
-    {1, kTexto, 255, 0, 'N', "COD_IP_PAR - Código de identificação da Instituição de Pagamento Parceira"_l1},
+    {1, kTexto, 255, 0, 'N',
+     "COD_IP_PAR - Código de identificação da Instituição de Pagamento Parceira"_l1},
     {2, kTexto, 255, 0, 'S', "COD_CLIENTE - Código do cliente"_l1},
     {3, kTexto, 255, 0, 'S', "COD_MCAPT - Código do Meio de Captura"_l1},
     {4, kTexto, 255, 0, 'N', "NSU - Número sequencial único da transação original"_l1},
-    {5, kTexto, 255, 0, 'N', "COD_AUT - Identificação do código de autorização da transação original"_l1},
+    {5, kTexto, 255, 0, 'N',
+     "COD_AUT - Identificação do código de autorização da transação original"_l1},
     {6, kTexto, 255, 0, 'N', "ID_TRANSAC - Identificação da transação de pagamento original"_l1},
     {7, kData, 8, 0, 'S', "DT_OP - Data da transação original"_l1},
     {8, kData, 8, 0, 'S', "DT_CANC - Data do cancelamento"_l1},
@@ -163,11 +174,13 @@ constexpr FieldDef k1200[] = {
 };
 constexpr FieldDef k1220[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 1220"_l1},
-    {1, kUf, 2, 0, 'S', "UF_DEST - UF para qual foi destinada a transação comercial ou de prestação de serviço"_l1},
+    {1, kUf, 2, 0, 'S',
+     "UF_DEST - UF para qual foi destinada a transação comercial ou de prestação de serviço"_l1},
     {2, kChaveAcesso, 44, 0, 'N', "CHAVE_NF - Chave da NFe ou NFCe"_l1},
     {3, kCnpj, 14, 0, 'N', "CNPJ_DEST - CNPJ do destinatário da transação"_l1},
     {4, kCpf, 11, 0, 'N', "CPF_DEST - CPF do destinatário da transação"_l1},
-    {5, kTexto, 255, 0, 'N', "ID_DEST - Identificação do destinatário sem cadastro de CPF ou CNPJ"_l1},
+    {5, kTexto, 255, 0, 'N',
+     "ID_DEST - Identificação do destinatário sem cadastro de CPF ou CNPJ"_l1},
 };
 constexpr FieldDef k1990[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 1990"_l1},
@@ -180,7 +193,8 @@ constexpr FieldDef k9001[] = {
 constexpr FieldDef k9900[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 9900"_l1},
     {1, kNumerico, 4, 0, 'S', "REG_BLC - Registro que será totalizado no próximo campo"_l1},
-    {2, kNumerico, 0, 0, 'S', "QTD_REG_BLC - Total de registros do tipo informado no campo anterior"_l1},
+    {2, kNumerico, 0, 0, 'S',
+     "QTD_REG_BLC - Total de registros do tipo informado no campo anterior"_l1},
 };
 constexpr FieldDef k9990[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 9990"_l1},
@@ -193,29 +207,16 @@ constexpr FieldDef k9999[] = {
 
 }  // namespace
 
-#define VOLP_ROW(code, req, level, occ) {#code, req, k##code, static_cast<int32_t>(std::size(k##code)), level, occ}
+#define VOLP_ROW(code, req, level, occ) \
+  { #code, req, k##code, static_cast < int32_t>(std::size(k##code)), level, occ }
 const RecordTypeDef kRecordTypes[kRecordTypeCount] = {
-    VOLP_ROW(0000, 'S', 0, "1"),
-    VOLP_ROW(0001, 'S', 1, "1"),
-    VOLP_ROW(0005, 'S', 2, "1"),
-    VOLP_ROW(0100, ' ', 2, "V"),
-    VOLP_ROW(0105, ' ', 3, "1:N"),
-    VOLP_ROW(0200, ' ', 2, "V"),
-    VOLP_ROW(0300, ' ', 2, "V"),
-    VOLP_ROW(0600, ' ', 2, "V"),
-    VOLP_ROW(0990, 'S', 1, "1"),
-    VOLP_ROW(1001, 'S', 1, "1"),
-    VOLP_ROW(1100, ' ', 2, "V"),
-    VOLP_ROW(1110, ' ', 3, "1:N"),
-    VOLP_ROW(1115, ' ', 4, "1:N"),
-    VOLP_ROW(1120, ' ', 4, "1:1"),
-    VOLP_ROW(1200, ' ', 2, "V"),
-    VOLP_ROW(1220, ' ', 3, "1:1"),
-    VOLP_ROW(1990, 'S', 1, "1"),
-    VOLP_ROW(9001, 'S', 1, "1"),
-    VOLP_ROW(9900, 'S', 2, "V"),
-    VOLP_ROW(9990, 'S', 1, "1"),
-    VOLP_ROW(9999, 'S', 0, "1"),
+    VOLP_ROW(0000, 'S', 0, "1"),   VOLP_ROW(0001, 'S', 1, "1"),   VOLP_ROW(0005, 'S', 2, "1"),
+    VOLP_ROW(0100, ' ', 2, "V"),   VOLP_ROW(0105, ' ', 3, "1:N"), VOLP_ROW(0200, ' ', 2, "V"),
+    VOLP_ROW(0300, ' ', 2, "V"),   VOLP_ROW(0600, ' ', 2, "V"),   VOLP_ROW(0990, 'S', 1, "1"),
+    VOLP_ROW(1001, 'S', 1, "1"),   VOLP_ROW(1100, ' ', 2, "V"),   VOLP_ROW(1110, ' ', 3, "1:N"),
+    VOLP_ROW(1115, ' ', 4, "1:N"), VOLP_ROW(1120, ' ', 4, "1:1"), VOLP_ROW(1200, ' ', 2, "V"),
+    VOLP_ROW(1220, ' ', 3, "1:1"), VOLP_ROW(1990, 'S', 1, "1"),   VOLP_ROW(9001, 'S', 1, "1"),
+    VOLP_ROW(9900, 'S', 2, "V"),   VOLP_ROW(9990, 'S', 1, "1"),   VOLP_ROW(9999, 'S', 0, "1"),
 };
 #undef VOLP_ROW
 

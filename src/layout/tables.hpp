@@ -50,9 +50,27 @@ extern const RecordTypeDef kRecordTypes[kRecordTypeCount];
 
 // Index of each record type in kRecordTypes, for code that needs one by name.
 enum RecordTypeIndex : int {
-  kR0000, kR0001, kR0005, kR0100, kR0105, kR0200, kR0300, kR0600, kR0990,
-  kR1001, kR1100, kR1110, kR1115, kR1120, kR1200, kR1220, kR1990,
-  kR9001, kR9900, kR9990, kR9999,
+  kR0000,
+  kR0001,
+  kR0005,
+  kR0100,
+  kR0105,
+  kR0200,
+  kR0300,
+  kR0600,
+  kR0990,
+  kR1001,
+  kR1100,
+  kR1110,
+  kR1115,
+  kR1120,
+  kR1200,
+  kR1220,
+  kR1990,
+  kR9001,
+  kR9900,
+  kR9990,
+  kR9999,
 };
 
 // Table lookup by exact code (byte comparison, table order); -1 when unknown.

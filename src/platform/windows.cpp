@@ -2,10 +2,10 @@
 // page, as the transmitter passes them.
 #define WIN32_LEAN_AND_MEAN
 #define NOMINMAX
-#include <windows.h>
 #include <direct.h>
 #include <intrin.h>
 #include <process.h>
+#include <windows.h>
 
 #include <chrono>
 #include <cstdio>

@@ -21,7 +21,8 @@ std::string LogDirectoryFrom(const char* caminho) {
   if (dir.size() > 999) dir.resize(999);
   const size_t sep = dir.find_last_of("/\\");
   if (sep != std::string::npos) dir.resize(sep);
-  std::string out = dir + platform::Separator() + "log_VOLP_" + std::to_string(platform::ProcessId());
+  std::string out =
+      dir + platform::Separator() + "log_VOLP_" + std::to_string(platform::ProcessId());
   if (out.size() > 511) out.resize(511);
   return out;
 }
@@ -41,10 +42,10 @@ ProcessWide& Process() {
 Result Validate(const std::string& path, const Options& options) {
   ProcessState ps;
   Log log;
-  log.Configure(options.log_level,
-                options.log_dir + platform::Separator() + "log_VOLP_" +
-                    std::to_string(platform::ProcessId()),
-                options.log_file);
+  log.Configure(
+      options.log_level,
+      options.log_dir + platform::Separator() + "log_VOLP_" + std::to_string(platform::ProcessId()),
+      options.log_file);
   log.Write(3, "Validate(%s)\n", path.c_str());
 
   RunOptions ro;

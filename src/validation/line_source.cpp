@@ -154,8 +154,8 @@ bool LineSource::FinishHash(int64_t upto, bool finish) {
   if (cur_ >= 0) {
     // The block in hand was never released: hash it up to the last line taken.
     const Slot& s = slots_[cur_];
-    const int64_t n = std::clamp<int64_t>(upto - s.fresh_offset, 0,
-                                          static_cast<int64_t>(s.fresh_len));
+    const int64_t n =
+        std::clamp<int64_t>(upto - s.fresh_offset, 0, static_cast<int64_t>(s.fresh_len));
     if (!hash_->Update(s.buf.get() + kCarry, static_cast<size_t>(n))) hash_failed_ = true;
     cur_ = -1;
   }

@@ -19,7 +19,8 @@ void FrameFinding(Run& run, int32_t field_index, std::string_view message) {
 void CheckFrame(Run& run, std::string_view raw, std::string_view* line) {
   Msg m;
   const size_t n = raw.size();
-  if (n >= 10000) FrameFinding(run, 0, m("Registro com %d bytes é muito grande."_l1, static_cast<int>(n)));
+  if (n >= 10000)
+    FrameFinding(run, 0, m("Registro com %d bytes é muito grande."_l1, static_cast<int>(n)));
 
   *line = raw;
   if (n >= 2 && raw[n - 2] == '\r' && raw[n - 1] == '\n') {
@@ -43,13 +44,13 @@ void CheckFrame(Run& run, std::string_view raw, std::string_view* line) {
     return;
   }
   if (line->front() != '|')
-    FrameFinding(run, 0,
-                 m("O primeiro caractere do registro é '%c' mas deveria ser '|' (pipe)."_l1,
-                   line->front()));
+    FrameFinding(
+        run, 0,
+        m("O primeiro caractere do registro é '%c' mas deveria ser '|' (pipe)."_l1, line->front()));
   if (line->back() != '|')
-    FrameFinding(run, 0,
-                 m("O último caractere do registro é '%c' mas deveria ser '|' (pipe)."_l1,
-                   line->back()));
+    FrameFinding(
+        run, 0,
+        m("O último caractere do registro é '%c' mas deveria ser '|' (pipe)."_l1, line->back()));
 }
 
 }  // namespace
@@ -77,8 +78,8 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
     const bool final = bar == nullptr;
 
     if (tok.size() + 1 > 255)
-      SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, {}, k,
-                        nullptr, kErro, "Campo com tamanho maior que 255.");
+      SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, {}, k, nullptr,
+                        kErro, "Campo com tamanho maior que 255.");
 
     if (k == 1) {
       const std::string_view code = tok.substr(0, 99);
@@ -86,8 +87,8 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
       if (idx < 0) {
         Msg m;
         FieldRef ref{"", static_cast<int32_t>(pos + 1), code, static_cast<int32_t>(tok.size())};
-        SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, code, 1,
-                          &ref, kErro,
+        SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, code, 1, &ref,
+                          kErro,
                           m("O registro %.*s é de tipo inválido."_l1, static_cast<int>(code.size()),
                             code.data()));
         return -1;

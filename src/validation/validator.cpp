@@ -151,8 +151,8 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
   file.Seek(0);
 
   ctx.run_start_time = std::time(nullptr);
-  ctx.stop_file = platform::CurrentDirectory() + platform::Separator() +
-                  ".parar_ValidadorVOLP-" + std::to_string(platform::ProcessId());
+  ctx.stop_file = platform::CurrentDirectory() + platform::Separator() + ".parar_ValidadorVOLP-" +
+                  std::to_string(platform::ProcessId());
   ctx.state = kAguardando0000;
   ctx.previous_state = -1;
   ctx.previous_type = -1;
@@ -224,9 +224,10 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
       ++ps.unknown_records;
       if (ps.unknown_records >= kMaxUnknown) {
         Msg m;
-        SalvarErroArquivo(ps.findings, log, ctx.offset, ctx.line, -1, {}, 0, nullptr, kErro,
-                          m("Parou a validação porque encontrou %lld tipos de registro inválidos!"_l1,
-                            static_cast<long long>(ps.unknown_records)));
+        SalvarErroArquivo(
+            ps.findings, log, ctx.offset, ctx.line, -1, {}, 0, nullptr, kErro,
+            m("Parou a validação porque encontrou %lld tipos de registro inválidos!"_l1,
+              static_cast<long long>(ps.unknown_records)));
         break;
       }
     } else {
@@ -238,9 +239,15 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
       const char* code = kRecordTypes[type].code;
       const int code_value = std::atoi(code);
       switch (code[0]) {
-        case '0': ++ctx.block0; break;
-        case '1': ++ctx.block1; break;
-        case '9': ++ctx.block9; break;
+        case '0':
+          ++ctx.block0;
+          break;
+        case '1':
+          ++ctx.block1;
+          break;
+        case '9':
+          ++ctx.block9;
+          break;
       }
       if (log.On(5))
         log.Write(5, "LINHA: %s PASSO: %-25s ANTERIOR: %s TipoRegistro: %04d Anterior: %04d\n",
