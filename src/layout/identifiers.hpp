@@ -27,6 +27,9 @@ const UfDef* FindUf(std::string_view sigla);
 const UfDef* FindUfByMunicipio(std::string_view codigo);
 // First row whose ranges hold the CEP's first five digits as a number, or nullptr.
 const UfDef* FindUfByCep(std::string_view cep);
+// The leading digits of the CEP's first five characters as a number (0 when
+// it starts with something else): the value FindUfByCep compares.
+int CepPrefix(std::string_view cep);
 
 // Modulus-11 check of the last two digits. Returns 0 when both agree; -1 at
 // the first that does not, after recording "O dígito verificador ..." against
