@@ -2,10 +2,11 @@
 //   volp validate FILE   check a declaration file and write its report
 //   volp generate ...    write realistic declaration files (tests, benchmarks)
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstring>
 
 #include "cli_validate.hpp"
-// #include "generator/command.hpp"  // ENABLE with AddGenerateCommand below once the generator
-// lands
+#include "generator/command.hpp"
 
 #ifndef VOLP_VERSION_TEXT
 #define VOLP_VERSION_TEXT "dev"
@@ -19,19 +20,25 @@ int main(int argc, char** argv) {
       "volp"};
   app.set_version_flag("--version", "volp " VOLP_VERSION_TEXT);
   app.require_subcommand(1);
+
+  int exit_code = 0;
+  volp::cli::AddValidateCommand(app, &exit_code);
+  AddGenerateCommand(app);
+  // Set after the subcommands, which would otherwise inherit it.
   app.footer(
       "Run \"volp validate --help\" for what is checked, the report, the exit status and how to "
       "stop a run.\nExit status of validate: 0 valid, 1 errors found, 2 the run could not be "
       "done.");
 
-  int exit_code = 0;
-  volp::cli::AddValidateCommand(app, &exit_code);
-  // AddGenerateCommand(app);  // ENABLE together with the include above
-
   try {
     app.parse(argc, argv);
   } catch (const CLI::RuntimeError& e) {
-    // A subcommand that ends with its own status.
+    // A subcommand that ends with its own status (and, unless it already
+    // said why, its own message).
+    const char* why = e.what();
+    if (std::strcmp(why, "Runtime error") != 0 && why[0] != '\0') {
+      std::fprintf(stderr, std::strncmp(why, "volp", 4) == 0 ? "%s\n" : "volp: %s\n", why);
+    }
     return e.get_exit_code();
   } catch (const CLI::ParseError& e) {
     // --help and --version end with 0; wrong arguments are status 2, like a
