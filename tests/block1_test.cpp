@@ -310,16 +310,6 @@ TEST(Block1, MonthlySummary) {
         {"|1100||C2|", 1, 7, 2,
          "Para informação extemporânea no campo DT_FIN a data final deve ser inferior a data "
          "inicial 20251201 do campo DT_INI no registro 0000 e não: 20251231."}}},
-      {"extemporaneous information in a rectifying file",
-       [](Arquivo& a) {
-         a.cod_fin = "2";
-         a.block1 = GrupoC1();
-         a.registry = {kC1, kM1};
-         a.block1[0] = R1100("C1", "100,00", "2", "20251101", "20251130", "0", "1");
-         a.block1[1] = R1110("M1", "20251130", "100,00", "2", kCnpjAdq);
-       },
-       {{c1, 1, 5, 2,
-         "Em remessa de arquivo retificador não são aceitos registros extemporâneos."}}},
       {"unknown partner and client; indicators out of range",
        [](Arquivo& a) {
          a.block1[0] = R1100("C9", "100,00", "2", "20251201", "20251231", "2", "0", "P9");
@@ -633,11 +623,6 @@ TEST(Block1, Destinations) {
        [](Arquivo& a) { a.block1[3] = R1120("SP", kCnpjDest, "", "X1"); },
        {{d, 1, 6, 2,
          "Já está preenchido o campo 04 - CNPJ_DEST então não pode preencher o campo 06 - "
-         "ID_DEST."}}},
-      {"CPF and an identification",
-       [](Arquivo& a) { a.block1[3] = R1120("SP", "", kCpfDest, "X1"); },
-       {{d, 1, 6, 2,
-         "Já está preenchido o campo 05 - CPF_DEST então não pode preencher o campo 06 - "
          "ID_DEST."}}},
       {"an identification alone passes",
        [](Arquivo& a) { a.block1[3] = R1120("SP", "", "", "X1"); },
