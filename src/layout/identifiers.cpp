@@ -41,8 +41,9 @@ const UfDef kUfs[kUfCount] = {
 };
 
 const UfDef* FindUf(std::string_view sigla) {
+  if (sigla.size() != 2) return nullptr;
   for (const UfDef& uf : kUfs) {
-    if (sigla == uf.sigla) return &uf;
+    if (sigla[0] == uf.sigla[0] && sigla[1] == uf.sigla[1]) return &uf;
   }
   return nullptr;
 }
