@@ -1002,6 +1002,7 @@ Totals Gen::Day(Mode mode, Cursor& c, const Client& cl, const Device& dev, int64
   int64_t split_rest = -1;                      // second half of a split payment
   int64_t pair_nsu = 0;
   char aut[6] = {};
+  char id[32] = {};
   int tick = 0;
   for (int64_t i = 0; i < n; ++i) {
     int64_t amount;
@@ -1076,7 +1077,14 @@ Totals Gen::Day(Mode mode, Cursor& c, const Client& cl, const Device& dev, int64
     }
     static const int kNat[12] = {1, 1, 1, 1, 2, 2, 3, 4, 6, 7, 10, 11};
     int nat = dev.tech == 7 ? 5 : kNat[d.Below(12)];
-    const bool geo = d.Chance(200);
+    const bool geo = d.Chance(400);
+    if (!pair_second) {
+      // The payment's own identification, 128 bits in hexadecimal.
+      for (int h = 0; h < 2; ++h) {
+        uint64_t x = d.Next();
+        for (int q = 0; q < 16; ++q, x >>= 4) id[h * 16 + q] = "0123456789abcdef"[x & 15];
+      }
+    }
     const int64_t first_line = line_ + 1;
     int64_t first_offset = 0;
     for (int copy = 0; copy < copies; ++copy) {
@@ -1094,7 +1102,8 @@ Totals Gen::Day(Mode mode, Cursor& c, const Client& cl, const Device& dev, int64
         out_.Str(dev.tech == 4 ? "|EC" : "|DIN");
         out_.Pad(static_cast<uint64_t>(nsu), 12);
       } else {
-        Sep();
+        out_.Ch('|');
+        out_.Chars(id, 32);
       }
       Num(split ? 1 : 0);
       if (kind == kBandeira) {
