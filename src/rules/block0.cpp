@@ -364,14 +364,35 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
 
 namespace {
 
-// Registry entries in byte-wise key order. The registries are hash maps for
-// speed while the file is read; the end of the file needs them ordered once.
-template <class Map>
-std::vector<typename Map::mapped_type*> Sorted(Map& map) {
-  std::vector<typename Map::mapped_type*> out;
-  out.reserve(map.size());
-  for (auto& [key, entry] : map) out.push_back(&entry);
-  std::sort(out.begin(), out.end(), [](const auto* a, const auto* b) { return a->code < b->code; });
+// The registry entries that `wanted` picks, in byte-wise key order. The
+// registries are hash maps for speed while the file is read; the end of the
+// file orders only the entries it reports, usually none.
+// Each element carries the key's first eight bytes as a big-endian number,
+// so that most comparisons of a million keys stay inside the vector instead
+// of chasing two pointers into the arena.
+template <class Map, class Pred>
+std::vector<typename Map::mapped_type*> Sorted(Map& map, Pred wanted) {
+  using Entry = typename Map::mapped_type;
+  struct Item {
+    uint64_t prefix;
+    std::string_view key;
+    Entry* entry;
+  };
+  std::vector<Item> items;
+  items.reserve(map.size());
+  for (auto& [key, entry] : map) {
+    if (!wanted(entry)) continue;
+    uint64_t prefix = 0;
+    for (size_t i = 0; i < 8; ++i)
+      prefix = prefix << 8 | (i < key.size() ? static_cast<unsigned char>(key[i]) : 0u);
+    items.push_back(Item{prefix, key, &entry});
+  }
+  std::sort(items.begin(), items.end(), [](const Item& a, const Item& b) {
+    return a.prefix != b.prefix ? a.prefix < b.prefix : a.key < b.key;
+  });
+  std::vector<Entry*> out;
+  out.reserve(items.size());
+  for (const Item& it : items) out.push_back(it.entry);
   return out;
 }
 
@@ -385,22 +406,25 @@ void VerificacaoRegistro_0100(Run& run, int src_line) {
 
   const RecordTypeDef& t = kRecordTypes[kR0100];
   const std::string& uf_fisco = run.ctx.uf_fisco;
-  for (ClientEntry* c : Sorted(run.block0.clients)) {
+  // A client that block 1 names must be in the fiscal authority's UF or
+  // have a 1120 or 1220 saying where its operations went; one it never
+  // names is reported unless exempt.
+  auto uf_finding = [&](const ClientEntry& c) {
+    return c.referenced && !c.uf.empty() && c.uf != uf_fisco && !c.has_1120 && !c.has_1220 &&
+           run.ctx.finalidade != 3;
+  };
+  auto wanted = [&](const ClientEntry& c) { return c.referenced ? uf_finding(c) : !c.exempt; };
+  for (ClientEntry* c : Sorted(run.block0.clients, wanted)) {
     if (run.TooManyErrors()) return;
     Msg m;
     if (c->referenced) {
-      // A client outside the fiscal authority's UF needs a 1120 or 1220
-      // saying where its operations went.
-      if (c->uf.empty() || c->uf == uf_fisco || c->has_1120 || c->has_1220 ||
-          run.ctx.finalidade == 3)
-        continue;
       FieldRef f{t.fields[r0100::kUf].name, c->uf_column, c->uf, 2};
       run.ReportAt(c->offset, c->line, kR0100, r0100::kUf, &f, kErro,
                    m("A UF informada no campo %02d do registro 0100 é '%.*s' e deveria ser igual a "
                      "UF_FISCO '%s' informada no campo %02d do registro 0000 ou ter um registro "
                      "1120 ou 1220."_l1,
                      9, Len(c->uf), c->uf.data(), uf_fisco.c_str(), 4));
-    } else if (!c->exempt) {
+    } else {
       FieldRef f{t.fields[r0100::kCodCliente].name, c->code_column, c->code, Len(c->code)};
       run.ReportAt(c->offset, c->line, kR0100, r0100::kCodCliente, &f, kErro,
                    m("Registro 0100 com COD_CLIENTE '%.*s' sem referência em nenhum outro "
@@ -415,8 +439,8 @@ void VerificacaoRegistro_0200(Run& run, int src_line) {
   if (run.TooManyErrors()) return;
 
   const RecordTypeDef& t = kRecordTypes[kR0200];
-  for (DeviceEntry* d : Sorted(run.block0.devices)) {
-    if (d->referenced) continue;
+  auto unused = [](const DeviceEntry& d) { return !d.referenced; };
+  for (DeviceEntry* d : Sorted(run.block0.devices, unused)) {
     if (run.TooManyErrors()) return;
     Msg m;
     FieldRef f{t.fields[r0200::kCodMcapt].name, d->code_column, d->code, Len(d->code)};
