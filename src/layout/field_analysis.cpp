@@ -361,15 +361,13 @@ void AnalisarCampo(Run& run, Record& rec, int i) {
     if (!f.valid) return;
   }
   if (d.required == 'S') {
-    bool branco = true;
-    for (char c : t) branco = branco && c == ' ';
-    if (branco) {
+    if (t.find_first_not_of(' ') == std::string_view::npos) {
       Reportar(run, rec, i, kErro, "Campo %02d - '%s' é obrigatório mas está em branco."_l1, num,
                d.name);
       return;
     }
   }
-  if (int n = ContarCaracteresInvalidos(t); n > 0) {
+  if (int n = rec.has_control ? ContarCaracteresInvalidos(t) : 0; n > 0) {
     Reportar(run, rec, i, kErro,
              "Campo %02d - '%s' contém %d caractere%s inválido%s não representável na codificação "
              "ASC-II - ISO 8859-1 (Latin-1)."_l1,

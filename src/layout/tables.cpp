@@ -231,9 +231,32 @@ const char* const kFinalidades[kFinalidadeCount] = {
 
 const char* const kAmbientes[2] = {"1 - produção"_l1, "2 - homologação"_l1};
 
+namespace {
+
+// The four bytes of a code as one integer, for a lookup without string
+// comparisons (the codes are all four characters long).
+constexpr uint32_t Pack4(const char* c) {
+  return static_cast<uint32_t>(static_cast<unsigned char>(c[0])) |
+         static_cast<uint32_t>(static_cast<unsigned char>(c[1])) << 8 |
+         static_cast<uint32_t>(static_cast<unsigned char>(c[2])) << 16 |
+         static_cast<uint32_t>(static_cast<unsigned char>(c[3])) << 24;
+}
+
+struct PackedCodes {
+  uint32_t code[kRecordTypeCount];
+  constexpr PackedCodes() : code{} {
+    for (int i = 0; i < kRecordTypeCount; ++i) code[i] = Pack4(kRecordTypes[i].code);
+  }
+};
+
+}  // namespace
+
 int FindRecordType(std::string_view code) {
+  static const PackedCodes packed;
+  if (code.size() != 4) return -1;
+  const uint32_t key = Pack4(code.data());
   for (int i = 0; i < kRecordTypeCount; ++i) {
-    if (code == kRecordTypes[i].code) return i;
+    if (packed.code[i] == key) return i;
   }
   return -1;
 }

@@ -26,7 +26,7 @@ struct TypeCounters {
   int64_t errors = 0;
   int64_t rejected = 0;  // records of this type with at least one error
   int64_t time_us = 0;   // handling time
-  int64_t time_ns = 0;   // (accumulator behind time_us)
+  uint64_t time_ticks = 0;  // (raw clock ticks behind time_us)
 };
 
 inline constexpr int64_t kMaxErrors = 3000;

@@ -33,8 +33,8 @@ struct ProcessState {
   int64_t scan_us = 0;     // Varredura
   int64_t report_us = 0;   // GravacaoValidacao
   int64_t summary_us = 0;  // GravacaoRCAD
-  int64_t read_ns = 0;     // (nanosecond accumulators behind the four above)
-  int64_t scan_ns = 0;
+  uint64_t read_ticks = 0;  // (raw clock ticks behind read_us and scan_us)
+  uint64_t scan_ticks = 0;
   bool versions_loaded = false;
   std::string version_dll;
   std::string version_zulkop;

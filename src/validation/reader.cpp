@@ -1,7 +1,12 @@
 // Framing checks and the split of one line into the fields of its record.
 #include "validation/reader.hpp"
 
+#include <cstdint>
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "layout/latin1.hpp"
 #include "validation/context.hpp"
@@ -55,6 +60,60 @@ void CheckFrame(Run& run, std::string_view raw, std::string_view* line) {
 
 }  // namespace
 
+namespace {
+
+// One pass over the line: where the pipes are (the first kMaxBars of them;
+// no record needs more, since splitting ends one field past the longest
+// layout) and whether any byte is not Latin-1 text.
+struct LineScan {
+  static constexpr int kMaxBars = 48;
+  uint16_t bars[kMaxBars];
+  int count = 0;
+  bool more = false;  // pipes beyond kMaxBars exist
+  bool control = false;
+
+  void Add(size_t pos) {
+    if (count < kMaxBars)
+      bars[count++] = static_cast<uint16_t>(pos);
+    else
+      more = true;
+  }
+
+  explicit LineScan(std::string_view line) {
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(line.data());
+    const size_t n = line.size();
+    size_t i = 0;
+#if defined(__SSE2__)
+    const __m128i bar = _mm_set1_epi8('|');
+    const __m128i c1f = _mm_set1_epi8(0x1F);
+    const __m128i del = _mm_set1_epi8(0x7F);
+    const __m128i high = _mm_set1_epi8(static_cast<char>(0x80));
+    __m128i bad = _mm_setzero_si128();
+    for (; i + 16 <= n; i += 16) {
+      const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+      // 0x00-0x1F: min(x, 0x1F) == x; 0x80-0x9F: the same after flipping the top bit.
+      const __m128i low = _mm_cmpeq_epi8(_mm_min_epu8(x, c1f), x);
+      const __m128i y = _mm_xor_si128(x, high);
+      const __m128i c1 = _mm_cmpeq_epi8(_mm_min_epu8(y, c1f), y);
+      bad = _mm_or_si128(bad, _mm_or_si128(_mm_or_si128(low, c1), _mm_cmpeq_epi8(x, del)));
+      unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(x, bar)));
+      while (mask != 0) {
+        Add(i + static_cast<size_t>(__builtin_ctz(mask)));
+        mask &= mask - 1;
+      }
+    }
+    control = _mm_movemask_epi8(bad) != 0;
+#endif
+    for (; i < n; ++i) {
+      const unsigned char c = p[i];
+      if (c == '|') Add(i);
+      control |= c < 0x20 || c == 0x7F || (c >= 0x80 && c <= 0x9F);
+    }
+  }
+};
+
+}  // namespace
+
 int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
   std::string_view line;
   CheckFrame(run, raw, &line);
@@ -62,6 +121,9 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
   rec.type = nullptr;
   rec.type_index = -1;
   rec.found = 0;
+
+  const LineScan scan(line);
+  rec.has_control = scan.control;
 
   // Tokens are the texts between the pipes: the text before the first pipe is
   // token 0 (skipped), token 1 is the record type, and the text after the last
@@ -71,15 +133,25 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
   const size_t n = line.size();
   size_t pos = 0;
   for (int k = 0;; ++k) {
-    const char* bar =
-        pos < n ? static_cast<const char*>(std::memchr(base + pos, '|', n - pos)) : nullptr;
-    const size_t end = bar ? static_cast<size_t>(bar - base) : n;
+    size_t end = n;
+    bool final = true;
+    if (k < scan.count) {
+      end = scan.bars[k];
+      final = false;
+    } else if (scan.more) {
+      // Beyond the pipes the scan kept (a line of dozens of empty fields).
+      const char* bar =
+          pos < n ? static_cast<const char*>(std::memchr(base + pos, '|', n - pos)) : nullptr;
+      if (bar != nullptr) {
+        end = static_cast<size_t>(bar - base);
+        final = false;
+      }
+    }
     const std::string_view tok(base + pos, end - pos);
-    const bool final = bar == nullptr;
 
     if (tok.size() + 1 > 255)
-      SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, {}, k, nullptr,
-                        kErro, "Campo com tamanho maior que 255.");
+      SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, {}, k,
+                        nullptr, kErro, "Campo com tamanho maior que 255.");
 
     if (k == 1) {
       const std::string_view code = tok.substr(0, 99);
@@ -87,10 +159,10 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
       if (idx < 0) {
         Msg m;
         FieldRef ref{"", static_cast<int32_t>(pos + 1), code, static_cast<int32_t>(tok.size())};
-        SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, code, 1, &ref,
-                          kErro,
-                          m("O registro %.*s é de tipo inválido."_l1, static_cast<int>(code.size()),
-                            code.data()));
+        SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, code, 1,
+                          &ref, kErro,
+                          m("O registro %.*s é de tipo inválido."_l1,
+                            static_cast<int>(code.size()), code.data()));
         return -1;
       }
       rec.type = &kRecordTypes[idx];

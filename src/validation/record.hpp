@@ -21,6 +21,9 @@ struct Record {
   const RecordTypeDef* type = nullptr;
   int type_index = -1;  // row of kRecordTypes
   int found = 0;        // fields the line really had (before padding)
+  // Some byte of the line is not Latin-1 text (0x00-0x1F, 0x7F, 0x80-0x9F):
+  // only then does the field analysis count such bytes field by field.
+  bool has_control = false;
   Field fields[kMaxFields];
 
   const FieldDef& def(int i) const { return type->fields[i]; }

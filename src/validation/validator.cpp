@@ -82,9 +82,9 @@ void RequiredRecordsCheck(Run& run) {
 // Keeps the microsecond figures the report prints in step with the
 // nanosecond accumulators.
 void SyncTimers(ProcessState& ps) {
-  ps.read_us = ps.read_ns / 1000;
-  ps.scan_us = ps.scan_ns / 1000;
-  for (TypeCounters& t : ps.findings.per_type) t.time_us = t.time_ns / 1000;
+  ps.read_us = platform::TicksToNs(ps.read_ticks) / 1000;
+  ps.scan_us = platform::TicksToNs(ps.scan_ticks) / 1000;
+  for (TypeCounters& t : ps.findings.per_type) t.time_us = platform::TicksToNs(t.time_ticks) / 1000;
 }
 
 int64_t ElapsedUs(int64_t since_ns) { return (platform::NowNs() - since_ns) / 1000; }
@@ -206,18 +206,16 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
       SalvarErroArquivo(ps.findings, log, ctx.offset, ctx.line, -1, {}, 0, nullptr, kErro,
                         "Parou a validação porque encontrou muitos erros!"_l1);
       ++ps.known_records;
-      uint64_t now = platform::Ticks();
-      ps.read_ns += platform::TicksToNs(now - mark);
-      mark = now;
+      ps.read_ticks += platform::Ticks() - mark;
       break;
     }
 
     // 7. Framing and split.
     const uint64_t split_start = platform::Ticks();
-    ps.read_ns += platform::TicksToNs(split_start - mark);
+    ps.read_ticks += split_start - mark;
     const int type = CheckAndSplit(run, raw, rec);
     uint64_t now = platform::Ticks();
-    ps.scan_ns += platform::TicksToNs(now - split_start);
+    ps.scan_ticks += now - split_start;
 
     if (type < 0) {
       // 8. Unknown record type.
@@ -257,7 +255,7 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
 
       // 10. Handling time of the type.
       const uint64_t done = platform::Ticks();
-      tc.time_ns += platform::TicksToNs(done - split_start);
+      tc.time_ticks += done - split_start;
       now = done;
       ctx.previous_type = code_value;
       ctx.previous_type_index = type;
