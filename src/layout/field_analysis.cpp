@@ -11,6 +11,8 @@
 // message only when it has something to report.
 #include "layout/field_analysis.hpp"
 
+#include <array>
+
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -439,7 +441,21 @@ void AnalisarCampo(Run& run, Record& rec, int i) {
 
 // Fields flagged 'E' form one group of which exactly one is to be filled (the
 // CNPJ of a company or the CPF of a person, in the 0100 client record).
+// Whether a record type has a group of alternative fields (only 0100 does:
+// its CNPJ and CPF), worked out once from the layout.
+bool TemAlternativos(int type_index) {
+  static const auto table = [] {
+    std::array<bool, kRecordTypeCount> t{};
+    for (int r = 0; r < kRecordTypeCount; ++r)
+      for (int i = 0; i < kRecordTypes[r].field_count; ++i)
+        t[r] = t[r] || kRecordTypes[r].fields[i].required == 'E';
+    return t;
+  }();
+  return table[type_index];
+}
+
 void AnalisarAlternativos(Run& run, Record& rec) {
+  if (!TemAlternativos(rec.type_index)) return;
   int alt[kMaxFields];
   int n = 0;
   for (int i = 0; i < rec.field_count(); ++i) {

@@ -251,6 +251,11 @@ struct PackedCodes {
 
 }  // namespace
 
+int RecordTypeNumber(int type_index) {
+  const char* c = kRecordTypes[type_index].code;
+  return (c[0] - '0') * 1000 + (c[1] - '0') * 100 + (c[2] - '0') * 10 + (c[3] - '0');
+}
+
 int FindRecordType(std::string_view code) {
   static const PackedCodes packed;
   if (code.size() != 4) return -1;

@@ -73,6 +73,10 @@ enum RecordTypeIndex : int {
   kR9999,
 };
 
+// The record type code as a number (0 for "0000", 1100 for "1100"...), as the
+// structure trace and the "previous record" tests use it.
+int RecordTypeNumber(int type_index);
+
 // Table lookup by exact code (byte comparison, table order); -1 when unknown.
 int FindRecordType(std::string_view code);
 

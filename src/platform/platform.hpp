@@ -7,6 +7,12 @@
 #include <ctime>
 #include <string>
 
+#if defined(_MSC_VER)
+#include <intrin.h>
+#elif defined(__x86_64__)
+#include <x86intrin.h>
+#endif
+
 namespace volp::platform {
 
 // "/" on POSIX, "\\" on Windows: the separator of the path formats.
@@ -28,7 +34,11 @@ void SleepMs(int ms);
 // High-resolution clock in nanoseconds (monotonic).
 int64_t NowNs();
 // A cheap counter for per-record timing; TicksToNs converts a difference.
+#if defined(__x86_64__) || defined(_M_X64)
+inline uint64_t Ticks() { return __rdtsc(); }
+#else
 uint64_t Ticks();
+#endif
 int64_t TicksToNs(uint64_t ticks);
 
 struct LocalTime {

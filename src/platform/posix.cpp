@@ -10,9 +10,6 @@
 
 #include "platform/platform.hpp"
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <x86intrin.h>
-#endif
 
 namespace volp::platform {
 
@@ -98,7 +95,7 @@ int64_t NowNs() {
       .count();
 }
 
-#if defined(__x86_64__) || defined(__i386__)
+#if defined(__x86_64__)
 namespace {
 // Nanoseconds per tick, measured once against the steady clock.
 double TickPeriod() {
@@ -113,7 +110,6 @@ double TickPeriod() {
   return period;
 }
 }  // namespace
-uint64_t Ticks() { return __rdtsc(); }
 int64_t TicksToNs(uint64_t ticks) { return static_cast<int64_t>(ticks * TickPeriod()); }
 #else
 uint64_t Ticks() { return static_cast<uint64_t>(NowNs()); }

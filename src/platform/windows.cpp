@@ -80,7 +80,6 @@ double TickPeriod() {
   return period;
 }
 }  // namespace
-uint64_t Ticks() { return __rdtsc(); }
 int64_t TicksToNs(uint64_t ticks) { return static_cast<int64_t>(ticks * TickPeriod()); }
 
 LocalTime Local(std::time_t t) {

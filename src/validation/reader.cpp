@@ -112,6 +112,17 @@ struct LineScan {
   }
 };
 
+// Member by member: building a Field in a temporary and copying it makes the
+// compiler read back bytes it has just written, which stalls the pipeline
+// on every field of every record.
+inline void SetField(Field& f, std::string_view text, size_t column, int32_t length, bool valid) {
+  f.text = text;
+  f.column = static_cast<int32_t>(column);
+  f.length = length;
+  f.filled = !text.empty();
+  f.valid = valid;
+}
+
 }  // namespace
 
 int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
@@ -167,8 +178,7 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
       }
       rec.type = &kRecordTypes[idx];
       rec.type_index = idx;
-      rec.fields[0] = Field{tok, static_cast<int32_t>(pos + 1), static_cast<int32_t>(tok.size()),
-                            !tok.empty(), true};
+      SetField(rec.fields[0], tok, pos + 1, static_cast<int32_t>(tok.size()), true);
       rec.found = 1;
     } else if (k > 1 && !final) {
       if (rec.found >= rec.type->field_count) {
@@ -182,8 +192,7 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
                           "Número de campos excedido no registro."_l1);
         return rec.type_index;
       }
-      rec.fields[rec.found++] = Field{tok, static_cast<int32_t>(pos + 1),
-                                      static_cast<int32_t>(tok.size()), !tok.empty(), false};
+      SetField(rec.fields[rec.found++], tok, pos + 1, static_cast<int32_t>(tok.size()), false);
     }
 
     if (final) {
@@ -191,7 +200,7 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
       // Fields the line did not have become empty; the field analysis
       // reports the required ones.
       for (int i = rec.found; i < rec.type->field_count; ++i)
-        rec.fields[i] = Field{{}, static_cast<int32_t>(pos) - 1, 1, false, false};
+        SetField(rec.fields[i], {}, pos - 1, 1, false);
       return rec.type_index;
     }
     pos = end + 1;

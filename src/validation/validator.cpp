@@ -235,7 +235,7 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
       TypeCounters& tc = ps.findings.per_type[type];
       ++tc.count;
       const char* code = kRecordTypes[type].code;
-      const int code_value = std::atoi(code);
+      const int code_value = RecordTypeNumber(type);
       switch (code[0]) {
         case '0':
           ++ctx.block0;
