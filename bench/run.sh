@@ -101,14 +101,14 @@ case "$mode" in
     ;;
   scaling)
     echo "== scaling: the same shape at 1 to 64 million lines (one run each)"
-    printf '%12s %10s %10s %14s %14s %16s\n' lines bytes seconds "ns/line" "peak RSS MiB" "RSS bytes/line"
+    printf '%12s %12s %10s %14s %14s %16s\n' lines bytes seconds "ns/line" "peak RSS MiB" "RSS bytes/line"
     for m in 1 4 16 64; do
       file="$cache/volp_${m}m.txt"
       generate "$file" --lines $((m * 1000000))
       lines=$(lines_of "$file")
       read -r t kib < <(validate "$file")
       awk -v n="$lines" -v b="$(stat -c %s "$file")" -v t="$t" -v k="$kib" 'BEGIN {
-        printf "%12d %10d %10.2f %14.1f %14.0f %16.1f\n", n, b, t, t * 1e9 / n, k / 1024, k * 1024 / n
+        printf "%12.0f %12.0f %10.2f %14.1f %14.0f %16.1f\n", n, b, t, t * 1e9 / n, k / 1024, k * 1024 / n
       }'
     done
     ;;

@@ -316,8 +316,8 @@ void Gen::Setup() {
     if (o_.transactions >= 0) {
       t_ = o_.transactions;
     } else if (o_.lines >= 0) {
-      // About 13 lines in 14 are transactions in the default shape.
-      t_ = std::max<int64_t>(1, (o_.lines - 30) * 13 / 14);
+      // The default shape writes about 112 lines per 100 transactions.
+      t_ = std::max<int64_t>(1, (o_.lines - 30) * 100 / 112);
     } else {
       t_ = 2000;
     }
