@@ -4,12 +4,17 @@
 #include "generator/generator.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "generator/identity.hpp"
 #include "support.hpp"
 
 namespace {
@@ -104,6 +109,8 @@ struct CleanCase {
   int64_t transactions;
   int64_t clients;
   int64_t devices;
+  const char* uf = "SP";
+  int period = 202510;
 };
 
 TEST(GeneratorTest, EveryFinalidadeValidatesClean) {
@@ -116,6 +123,10 @@ TEST(GeneratorTest, EveryFinalidadeValidatesClean) {
       {"zerado", 4, 0, -1, 4, -1},
       {"encerramento", 5, 0, -1, 4, -1},
       {"autorização", 6, 0, -1, 3, -1},
+      // DF's CEP ranges interleave with GO's; February of a leap year.
+      {"normal, DF, leap February", 1, 0, 2500, 10, 12, "DF", 202402},
+      {"notificação across a year end", 3, 4, 1200, -1, 2, "RS", 202501},
+      {"normal, the earliest period", 1, 0, 600, 3, 3, "AM", 201003},
   };
   for (const CleanCase& c : cases) {
     SCOPED_TRACE(c.name);
@@ -125,6 +136,8 @@ TEST(GeneratorTest, EveryFinalidadeValidatesClean) {
     o.clients = c.clients;
     o.devices = c.devices;
     if (c.months > 0) o.months = c.months;
+    o.uf_fisco = c.uf;
+    o.period = c.period;
     const Generated g = Make(o);
     std::string report;
     const volp::Result r = volp::test::ValidateText(g.text, &report);
@@ -306,6 +319,114 @@ TEST(GeneratorTest, ManifestIsJsonWithTheFindings) {
   EXPECT_NE(json.find("contém data inválida."), std::string::npos);  // UTF-8
   EXPECT_NE(json.find("\"unplaced\": []"), std::string::npos);
   EXPECT_EQ(std::count(json.begin(), json.end(), '{'), std::count(json.begin(), json.end(), '}'));
+}
+
+TEST(GeneratorTest, RandomFaultsSpreadOverTheRecordsThatCanTakeThem) {
+  // A random fault must be able to land on any fitting record, not always on
+  // the first: over a few seeds the bad dates fall on several 0100 lines and
+  // the doubled transactions deep in block 1.
+  std::set<int64_t> dates, dups;
+  for (uint64_t seed = 1; seed <= 12; ++seed) {
+    Options o = Small(1, seed);
+    o.faults = {{volpgen::kBadDate, 0}, {volpgen::kDup1115, 0}};
+    const Summary s = Make(o).summary;
+    ASSERT_EQ(s.faults.size(), 2u);
+    for (const volpgen::AppliedFault& f : s.faults)
+      (f.kind == volpgen::kBadDate ? dates : dups).insert(f.line);
+  }
+  EXPECT_GE(dates.size(), 3u);
+  EXPECT_GE(dups.size(), 8u);
+}
+
+TEST(GeneratorTest, IdentifiersOfTheOracle) {
+  // Known numbers: CNPJ 11.222.333/0001-81 and CPF 529.982.247-25 are valid;
+  // a remainder of 0 or 1 gives the digit 0, a remainder of 10 gives 1.
+  struct Digit {
+    const char* digits;
+    int first, min, reset, expected;
+  };
+  const Digit digits[] = {
+      {"112223330001", 5, 2, 9, 8}, {"1122233300018", 6, 2, 9, 1},
+      {"529982247", 10, 2, 11, 2},  {"5299822472", 11, 2, 11, 5},
+      {"000000000", 10, 2, 11, 0},  {"100000000", 10, 2, 11, 1},  // 10 % 11 = 10 -> 1
+      {"000000001", 10, 2, 11, 9},  {"000000005", 10, 2, 11, 1},  // 10 -> 1
+      {"000000011", 10, 2, 11, 6},  {"000000006", 10, 2, 11, 0},  // 12 % 11 = 1 -> 0
+  };
+  for (const Digit& d : digits) {
+    SCOPED_TRACE(d.digits);
+    EXPECT_EQ(volpgen::Mod11(d.digits, static_cast<int>(std::string_view(d.digits).size()), d.first,
+                             d.min, d.reset),
+              d.expected);
+  }
+
+  // Every unit's CEPs fall back into that unit, DF and GO included.
+  for (int uf = 0; uf < volpgen::kUfCount; ++uf) {
+    volpgen::Rng r(static_cast<uint64_t>(uf) + 1);
+    for (int i = 0; i < 200; ++i) EXPECT_EQ(volpgen::UfOfCep5(volpgen::CepIn(r, uf) / 1000), uf);
+  }
+  EXPECT_EQ(volpgen::kUfs[volpgen::UfOfCep5(72850)].sigla, std::string("GO"));
+  EXPECT_EQ(volpgen::kUfs[volpgen::UfOfCep5(73100)].sigla, std::string("DF"));
+
+  // The municipality sample: real codes of the national table, under the
+  // unit whose IBGE prefix they carry, at least one per unit.
+  std::ifstream csv(volp::test::DataDir() + "/RELATORIO_DTB_BRASIL_MUNICIPIO.csv");
+  ASSERT_TRUE(csv.good());
+  std::set<int> national;
+  for (std::string line; std::getline(csv, line);) {
+    // UF;Nome_UF;Código Município Completo;Nome_Município
+    const size_t a = line.find(';');
+    const size_t b = a == std::string::npos ? a : line.find(';', a + 1);
+    if (b != std::string::npos) national.insert(std::atoi(line.c_str() + b + 1));
+  }
+  for (int uf = 0; uf < volpgen::kUfCount; ++uf) {
+    SCOPED_TRACE(volpgen::kUfs[uf].sigla);
+    const auto muns = volpgen::MunicipiosOf(uf);
+    EXPECT_FALSE(muns.empty());
+    for (const volpgen::Municipio& m : muns) {
+      EXPECT_EQ(m.code / 100000, volpgen::kUfs[uf].ibge);
+      EXPECT_TRUE(national.count(m.code)) << m.code;
+    }
+  }
+}
+
+TEST(GeneratorTest, CommandLine) {
+  volp::test::TempDir dir;
+  const std::string out = dir.path() + "/g.txt";
+  struct Case {
+    const char* why;
+    std::string args;
+    int status;
+    bool manifest;
+  };
+  const Case cases[] = {
+      {"clean file, no manifest", "--transactions 300 -o " + out, 0, false},
+      {"faults and their manifest", "--transactions 300 --faults bad-date,lf-only -o " + out, 0,
+       true},
+      {"a fault that finds no record", "--transactions 300 --faults bad-date@line:999999 -o " + out,
+       2, true},
+      {"unknown fault", "--faults nothing -o " + out, 2, false},
+      {"options that cannot give a valid file", "--finalidade 3 --clients 2 -o " + out, 2, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    std::remove(out.c_str());
+    std::remove((out + ".manifest.json").c_str());
+    const std::string cmd =
+        std::string(VOLP_CLI_PATH) + " generate " + c.args + " > " + dir.path() + "/stdout 2>&1";
+    const int rc = std::system(cmd.c_str());
+    ASSERT_NE(rc, -1);
+    EXPECT_EQ(WEXITSTATUS(rc), c.status) << volp::test::ReadFile(dir.path() + "/stdout");
+    EXPECT_EQ(std::ifstream(out + ".manifest.json").good(), c.manifest);
+    if (c.status == 0) {
+      const volp::Result r = volp::Validate(out, [] {
+        volp::Options o;
+        o.tables_dir = volp::test::DataDir();
+        o.today = volp::test::kToday;
+        return o;
+      }());
+      EXPECT_EQ(r.errors, c.manifest ? 2 : 0);
+    }
+  }
 }
 
 }  // namespace
