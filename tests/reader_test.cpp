@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -65,6 +66,35 @@ TEST(Splitter, FramingAndTokens) {
     EXPECT_EQ(fx.Messages(), c.messages) << c.line;
     for (size_t i = 0; i < c.fields.size(); ++i)
       EXPECT_EQ(fx.rec.fields[i].text, c.fields[i]) << c.line << " field " << i;
+  }
+}
+
+TEST(Splitter, AgreesWithAPlainSplitOnRandomLines) {
+  // Lines of every length around the 16-byte steps of the scanner, with
+  // pipes and bytes outside Latin-1 text anywhere.
+  uint64_t seed = 12345;
+  auto next = [&] { return (seed = seed * 6364136223846793005ULL + 1442695040888963407ULL) >> 33; };
+  const char alphabet[] = {'a', '1', '|', '|', ',', ' ', '\x01', '\x85', '\x7F', '\xE9'};
+  for (int round = 0; round < 3000; ++round) {
+    std::string body = "|1115|";
+    const size_t len = next() % 70;
+    for (size_t i = 0; i < len; ++i) body += alphabet[next() % sizeof alphabet];
+    body += '|';
+    test::RunFixture fx;
+    ASSERT_EQ(fx.Split(body), kR1115) << body;
+
+    std::vector<std::string> tokens;
+    size_t start = 0;
+    for (size_t p = body.find('|'); p != std::string::npos; p = body.find('|', start)) {
+      tokens.push_back(body.substr(start, p - start));
+      start = p + 1;
+    }
+    bool control = false;
+    for (unsigned char c : body) control |= c < 0x20 || c == 0x7F || (c >= 0x80 && c <= 0x9F);
+    EXPECT_EQ(fx.rec.has_control, control) << body;
+    const int stored = std::min<int>(static_cast<int>(tokens.size()) - 1, 10);
+    ASSERT_EQ(fx.rec.found, stored) << body;
+    for (int i = 0; i < stored; ++i) EXPECT_EQ(fx.rec.fields[i].text, tokens[i + 1]) << body;
   }
 }
 

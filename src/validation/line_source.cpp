@@ -35,7 +35,8 @@ bool Sha256::Final(std::string* hex) {
   return true;
 }
 
-LineSource::LineSource(platform::InputFile& file, Sha256* hash) : file_(file), hash_(hash) {
+LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks)
+    : file_(file), hash_(hash), read_ticks_(read_ticks) {
   for (Slot& s : slots_) s.buf.reset(new char[kCarry + kBlock]);
   if (hash_ != nullptr) {
     try {
@@ -77,6 +78,7 @@ bool LineSource::Next(std::string_view* line) {
 }
 
 void LineSource::Refill() {
+  const uint64_t start = platform::Ticks();
   const int next = (cur_ + 1) % kSlots;
   Slot& s = slots_[next];
   {
@@ -106,6 +108,7 @@ void LineSource::Refill() {
   cur_ = next;
   pos_ = fresh - carry;
   end_ = fresh + got;
+  if (read_ticks_ != nullptr) *read_ticks_ += platform::Ticks() - start;
 }
 
 void LineSource::Release(int slot) {

@@ -32,8 +32,9 @@ class Sha256 {
 
 class LineSource {
  public:
-  // `hash` may be null (no digest wanted).
-  LineSource(platform::InputFile& file, Sha256* hash);
+  // `hash` may be null (no digest wanted). The clock ticks spent reading the
+  // file (and waiting for a free block) are added to `*read_ticks` when given.
+  LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks = nullptr);
   ~LineSource();
   LineSource(const LineSource&) = delete;
   LineSource& operator=(const LineSource&) = delete;
@@ -67,6 +68,7 @@ class LineSource {
 
   platform::InputFile& file_;
   Sha256* hash_;
+  uint64_t* read_ticks_;
   Slot slots_[kSlots];
   int cur_ = -1;
   const char* pos_ = nullptr;

@@ -89,18 +89,27 @@ struct LineScan {
     const __m128i del = _mm_set1_epi8(0x7F);
     const __m128i high = _mm_set1_epi8(static_cast<char>(0x80));
     __m128i bad = _mm_setzero_si128();
-    for (; i + 16 <= n; i += 16) {
-      const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+    // 16 bytes from `at`; pipes before `from` were seen already.
+    auto chunk = [&](size_t at, size_t from) {
+      const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + at));
       // 0x00-0x1F: min(x, 0x1F) == x; 0x80-0x9F: the same after flipping the top bit.
       const __m128i low = _mm_cmpeq_epi8(_mm_min_epu8(x, c1f), x);
       const __m128i y = _mm_xor_si128(x, high);
       const __m128i c1 = _mm_cmpeq_epi8(_mm_min_epu8(y, c1f), y);
       bad = _mm_or_si128(bad, _mm_or_si128(_mm_or_si128(low, c1), _mm_cmpeq_epi8(x, del)));
       unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(x, bar)));
+      mask >>= (from - at);
       while (mask != 0) {
-        Add(i + static_cast<size_t>(__builtin_ctz(mask)));
+        Add(from + static_cast<size_t>(__builtin_ctz(mask)));
         mask &= mask - 1;
       }
+    };
+    for (; i + 16 <= n; i += 16) chunk(i, i);
+    if (i < n && n >= 16) {
+      // The tail as the last 16 bytes of the line, overlapping what was seen
+      // (the control test may see bytes twice, harmlessly).
+      chunk(n - 16, i);
+      i = n;
     }
     control = _mm_movemask_epi8(bad) != 0;
 #endif
