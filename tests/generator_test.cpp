@@ -20,7 +20,7 @@
 namespace {
 
 using volpgen::ExpectedFinding;
-using volpgen::FaultSpec;
+using volpgen::FaultRequest;
 using volpgen::Options;
 using volpgen::Summary;
 
@@ -155,7 +155,7 @@ TEST(GeneratorTest, EveryFinalidadeValidatesClean) {
 }
 
 struct FaultCase {
-  const char* spec;
+  const char* faults;
   int finalidade;
   size_t findings;  // how many the manifest must list
 };
@@ -178,11 +178,11 @@ TEST(GeneratorTest, EachFaultGivesExactlyItsManifestFindings) {
   };
   for (const FaultCase& c : cases) {
     for (uint64_t seed : {3u, 4u}) {
-      SCOPED_TRACE(std::string(c.spec) + " finalidade " + std::to_string(c.finalidade) + " seed " +
+      SCOPED_TRACE(std::string(c.faults) + " finalidade " + std::to_string(c.finalidade) + " seed " +
                    std::to_string(seed));
       Options o = Small(c.finalidade, seed);
       std::string error;
-      ASSERT_TRUE(volpgen::ParseFaults(c.spec, &o.faults, &error)) << error;
+      ASSERT_TRUE(volpgen::ParseFaults(c.faults, &o.faults, &error)) << error;
       const Generated g = Make(o);
       ASSERT_TRUE(g.summary.unplaced.empty());
       std::vector<ExpectedFinding> expected;
@@ -223,7 +223,7 @@ TEST(GeneratorTest, LineTargetLandsOnTheFirstFittingRecordFromThatLine) {
 
 TEST(GeneratorTest, ParseFaults) {
   struct Case {
-    const char* spec;
+    const char* list;
     bool ok;
     std::vector<std::pair<int, int64_t>> faults;
   };
@@ -241,10 +241,10 @@ TEST(GeneratorTest, ParseFaults) {
       {"bad-date@somewhere", false, {}},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.spec);
-    std::vector<FaultSpec> out;
+    SCOPED_TRACE(c.list);
+    std::vector<FaultRequest> out;
     std::string error;
-    EXPECT_EQ(volpgen::ParseFaults(c.spec, &out, &error), c.ok);
+    EXPECT_EQ(volpgen::ParseFaults(c.list, &out, &error), c.ok);
     if (!c.ok) {
       EXPECT_FALSE(error.empty());
       continue;

@@ -85,7 +85,7 @@ void RunGenerate(const GenerateArgs& a) {
   if (!manifest.empty())
     std::fprintf(info, "manifest (UTF-8): %s, %zu fault(s) applied\n", manifest.c_str(),
                  s.faults.size());
-  for (const volpgen::FaultSpec& u : s.unplaced)
+  for (const volpgen::FaultRequest& u : s.unplaced)
     std::fprintf(stderr, "warning: fault %s found no record to apply to\n",
                  volpgen::FaultName(u.kind));
   if (!s.unplaced.empty()) throw CLI::RuntimeError(2);

@@ -127,7 +127,7 @@ constexpr uint32_t Bit(int kind) { return 1u << kind; }
 constexpr uint32_t kSumKinds = Bit(kZero1115) | Bit(kDup1115);
 
 struct Fault {
-  FaultSpec spec;
+  FaultRequest request;
   int64_t target = -1;  // random faults: the index of the opportunity to take
   int applied = -1;     // index in Summary::faults
 };
@@ -471,11 +471,11 @@ int Gen::Pick(Cursor& c, uint32_t kinds, int64_t line) {
   for (int pass = 0; pass < 2; ++pass) {
     for (size_t i = 0; i < faults_.size(); ++i) {
       const Fault& f = faults_[i];
-      const int k = f.spec.kind;
+      const int k = f.request.kind;
       if (!(kinds & Bit(k)) || (c.fired >> i & 1)) continue;
       if (((kSumKinds & Bit(k)) != 0) != (pass == 0)) continue;
-      const bool due = f.spec.line > 0 ? line >= f.spec.line : index[k] >= f.target;
-      if (f.spec.line == 0 && f.target < 0) continue;
+      const bool due = f.request.line > 0 ? line >= f.request.line : index[k] >= f.target;
+      if (f.request.line == 0 && f.target < 0) continue;
       if (!due) continue;
       c.fired |= uint64_t{1} << i;
       return static_cast<int>(i);
@@ -490,8 +490,8 @@ void Gen::Expect(int fault, int64_t line, int64_t offset, const char* type, int 
   if (f.applied < 0) {
     f.applied = static_cast<int>(sum_.faults.size());
     AppliedFault a;
-    a.kind = f.spec.kind;
-    a.requested_line = f.spec.line;
+    a.kind = f.request.kind;
+    a.requested_line = f.request.line;
     a.line = line;
     sum_.faults.push_back(std::move(a));
   }
@@ -650,7 +650,7 @@ void Gen::Client0100(int64_t c) {
   const int64_t line = line_ + 1;
   const int64_t offset = out_.bytes();
   const int f = Pick(cur_, kinds, line);
-  const int kind = f >= 0 ? faults_[static_cast<size_t>(f)].spec.kind : -1;
+  const int kind = f >= 0 ? faults_[static_cast<size_t>(f)].request.kind : -1;
   const bool dup = kind == kDup0100;
   if (kind == kCpfLow) low_.emplace_back(c, f);
   Write0100(cl, r, dup || kind == kCpfLow ? -1 : f);
@@ -680,7 +680,7 @@ void Gen::Client0100(int64_t c) {
 }
 
 void Gen::Write0100(const Client& cl, Rng& r, int fault) {
-  const int kind = fault >= 0 ? faults_[static_cast<size_t>(fault)].spec.kind : -1;
+  const int kind = fault >= 0 ? faults_[static_cast<size_t>(fault)].request.kind : -1;
   Begin(T0100);
   const int64_t line = line_, offset = offset_;
   out_.Str("|CLI");
@@ -942,7 +942,7 @@ Totals Gen::Group(Mode mode, Cursor& c, const Client& cl, int64_t q, int dt_ini,
         Begin(T1110);
         int64_t valor = d.sum, qtd = d.records;
         const int f = Pick(c, Bit(kSum1110) | Bit(kQty1110), line_);
-        const int kind = f >= 0 ? faults_[static_cast<size_t>(f)].spec.kind : -1;
+        const int kind = f >= 0 ? faults_[static_cast<size_t>(f)].request.kind : -1;
         if (kind == kSum1110) {
           valor += 1;
           Expect(f, line_, offset_, "1110", 4, 2,
@@ -1041,7 +1041,7 @@ Totals Gen::Day(Mode mode, Cursor& c, const Client& cl, const Device& dev, int64
     if (!split && n >= 2 && fin_ != 3) kinds |= Bit(kZero1115);
     if (dev.tech != 7) kinds |= Bit(kNatOper);
     const int f = Pick(c, mode == kSum ? (kinds & kSumKinds) : kinds, ln);
-    const int kind = f >= 0 ? faults_[static_cast<size_t>(f)].spec.kind : -1;
+    const int kind = f >= 0 ? faults_[static_cast<size_t>(f)].request.kind : -1;
     const int64_t counted = kind == kZero1115 ? 0 : amount;
     const int copies = kind == kDup1115 ? 2 : 1;
     t.sum += counted * copies;
@@ -1354,7 +1354,7 @@ Summary Gen::Run() {
 
 Summary Generate(const Options& options, Sink& sink) {
   std::vector<Fault> faults;
-  for (const FaultSpec& s : options.faults) {
+  for (const FaultRequest& s : options.faults) {
     if (s.kind < 0 || s.kind >= kFaultKindCount) throw std::invalid_argument("unknown fault kind");
     faults.push_back(Fault{s, -1, -1});
   }
@@ -1362,22 +1362,22 @@ Summary Generate(const Options& options, Sink& sink) {
   // Random faults need to know how many records could take them: a dry run
   // counts the opportunities, then each random fault picks one.
   bool random = false;
-  for (const Fault& f : faults) random = random || f.spec.line == 0;
+  for (const Fault& f : faults) random = random || f.request.line == 0;
   if (random) {
     NullSink null;
     Gen dry(options, &null, true, &faults);
     dry.Run();
     Rng r(Mix(options.seed, 0xFA017));
     for (Fault& f : faults) {
-      if (f.spec.line != 0) continue;
-      const int64_t n = dry.cursor().opp[f.spec.kind];
+      if (f.request.line != 0) continue;
+      const int64_t n = dry.cursor().opp[f.request.kind];
       if (n > 0) f.target = static_cast<int64_t>(r.Below(static_cast<uint64_t>(n)));
     }
   }
   Gen gen(options, &sink, false, &faults);
   Summary s = gen.Run();
   for (const Fault& f : faults)
-    if (f.applied < 0) s.unplaced.push_back(f.spec);
+    if (f.applied < 0) s.unplaced.push_back(f.request);
   return s;
 }
 

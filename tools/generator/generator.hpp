@@ -42,13 +42,13 @@ enum FaultKind {
 const char* FaultName(int kind);
 int FaultKindOf(std::string_view name);
 
-struct FaultSpec {
+struct FaultRequest {
   int kind = 0;
   int64_t line = 0;  // apply at the first fitting record at or after this line; 0 = random
 };
 
 // Parses "cnpj-digit@random,bad-date@line:120,sum-1110"; false with a message.
-bool ParseFaults(std::string_view spec, std::vector<FaultSpec>* out, std::string* error);
+bool ParseFaults(std::string_view list, std::vector<FaultRequest>* out, std::string* error);
 
 struct Options {
   int64_t transactions = -1;  // 1115 records; -1 = from `lines` or a small default
@@ -60,7 +60,7 @@ struct Options {
   int period = 202510;  // AAAAMM of the (last) month declared
   int months = 3;       // finalidade 3: months covered, ending with `period`
   std::string uf_fisco = "SP";
-  std::vector<FaultSpec> faults;
+  std::vector<FaultRequest> faults;
 };
 
 // One finding that the validator must report, as its report lists it. Texts
@@ -87,7 +87,7 @@ struct Summary {
   int64_t transactions = 0;  // 1115 records written
   int64_t per_type[21] = {};
   std::vector<AppliedFault> faults;
-  std::vector<FaultSpec> unplaced;  // faults that found no fitting record
+  std::vector<FaultRequest> unplaced;  // faults that found no fitting record
 };
 
 // Writes the declaration to `sink` and returns what was written. Throws

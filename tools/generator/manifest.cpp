@@ -41,13 +41,13 @@ int FaultKindOf(std::string_view name) {
   return -1;
 }
 
-bool ParseFaults(std::string_view spec, std::vector<FaultSpec>* out, std::string* error) {
-  while (!spec.empty()) {
-    const size_t comma = spec.find(',');
-    std::string_view item = spec.substr(0, comma);
-    spec = comma == std::string_view::npos ? std::string_view() : spec.substr(comma + 1);
+bool ParseFaults(std::string_view list, std::vector<FaultRequest>* out, std::string* error) {
+  while (!list.empty()) {
+    const size_t comma = list.find(',');
+    std::string_view item = list.substr(0, comma);
+    list = comma == std::string_view::npos ? std::string_view() : list.substr(comma + 1);
     if (item.empty()) continue;
-    FaultSpec f;
+    FaultRequest f;
     const size_t at = item.find('@');
     const std::string_view name = item.substr(0, at);
     f.kind = FaultKindOf(name);

@@ -1,5 +1,5 @@
 // The generator's random numbers: splitmix64, small and fast, seeded by the
-// user's --seed. Independent streams come from mixing the seed with a label,
+// user's --seed. Independent streams come from mixing that seed with a label,
 // so a part of the file can be replayed (the totals of a group are computed
 // before its records are written) without keeping anything in memory.
 #pragma once
