@@ -12,7 +12,6 @@
 #include "layout/field_analysis.hpp"
 
 #include <array>
-
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -439,8 +438,6 @@ void AnalisarCampo(Run& run, Record& rec, int i) {
   }
 }
 
-// Fields flagged 'E' form one group of which exactly one is to be filled (the
-// CNPJ of a company or the CPF of a person, in the 0100 client record).
 // Whether a record type has a group of alternative fields (only 0100 does:
 // its CNPJ and CPF), worked out once from the layout.
 bool TemAlternativos(int type_index) {
@@ -454,6 +451,8 @@ bool TemAlternativos(int type_index) {
   return table[type_index];
 }
 
+// Fields flagged 'E' form one group of which exactly one is to be filled (the
+// CNPJ of a company or the CPF of a person, in the 0100 client record).
 void AnalisarAlternativos(Run& run, Record& rec) {
   if (!TemAlternativos(rec.type_index)) return;
   int alt[kMaxFields];
