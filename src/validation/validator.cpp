@@ -30,7 +30,7 @@ constexpr int64_t kScanSample = 64;  // one record in 64 has its split timed
 std::string TodayText(const RunOptions& options) {
   if (!options.today.empty()) return options.today;
   platform::LocalTime t = platform::Local(std::time(nullptr));
-  char buf[16];
+  char buf[48];
   std::snprintf(buf, sizeof buf, "%04d%02d%02d", t.year, t.month, t.day);
   return buf;
 }

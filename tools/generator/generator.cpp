@@ -657,7 +657,7 @@ void Gen::Client0100(int64_t c) {
   if (dup) {
     Rng again(Mix(seed_, 0x500000000ll + c));
     Write0100(cl, again, -1);
-    char code[16];
+    char code[32];
     std::snprintf(code, sizeof code, "CLI%08lld", static_cast<long long>(c));
     Expect(f, line_, offset_, "0100", 2, 2,
            Format("Esse Código de Cliente '%s' já foi encontrado na linha %s e posição %s no "
@@ -739,7 +739,7 @@ void Gen::Write0100(const Client& cl, Rng& r, int fault) {
   End();
 
   if (kind < 0) return;
-  char cep_text[9];
+  char cep_text[16];
   std::snprintf(cep_text, sizeof cep_text, "%08d", cep);
   switch (kind) {
     case kCnpjDigit:
