@@ -251,15 +251,12 @@ struct PackedCodes {
 
 }  // namespace
 
-int RecordTypeNumber(int type_index) {
-  const char* c = kRecordTypes[type_index].code;
-  return (c[0] - '0') * 1000 + (c[1] - '0') * 100 + (c[2] - '0') * 10 + (c[3] - '0');
-}
-
-int FindRecordType(std::string_view code) {
+int FindRecordType(std::string_view code, int hint) {
   static const PackedCodes packed;
   if (code.size() != 4) return -1;
   const uint32_t key = Pack4(code.data());
+  // Records come in runs of one type (1115 after 1115): try the last one first.
+  if (hint >= 0 && hint < kRecordTypeCount && packed.code[hint] == key) return hint;
   for (int i = 0; i < kRecordTypeCount; ++i) {
     if (packed.code[i] == key) return i;
   }

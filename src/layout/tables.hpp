@@ -75,10 +75,14 @@ enum RecordTypeIndex : int {
 
 // The record type code as a number (0 for "0000", 1100 for "1100"...), as the
 // structure trace and the "previous record" tests use it.
-int RecordTypeNumber(int type_index);
+inline int RecordTypeNumber(int type_index) {
+  const char* c = kRecordTypes[type_index].code;
+  return (c[0] - '0') * 1000 + (c[1] - '0') * 100 + (c[2] - '0') * 10 + (c[3] - '0');
+}
 
 // Table lookup by exact code (byte comparison, table order); -1 when unknown.
-int FindRecordType(std::string_view code);
+// `hint` is a row to try first (the previous record's type).
+int FindRecordType(std::string_view code, int hint = -1);
 
 // Purpose of the file (COD_FIN of 0000), index = code - 1.
 inline constexpr int kFinalidadeCount = 6;

@@ -57,18 +57,18 @@ struct RegisteredAt {
 
 struct Block0State {
   Arena arena;
-  absl::flat_hash_map<std::string_view, ClientEntry> clients;
-  absl::flat_hash_map<std::string_view, DeviceEntry> devices;
-  absl::flat_hash_map<std::string_view, PartnerEntry> partners;
+  KeyMap<ClientEntry> clients;
+  KeyMap<DeviceEntry> devices;
+  KeyMap<PartnerEntry> partners;
 
   // A VAN (0105) is registered once per client: key "COD_CLIENTE|CNPJ da VAN",
   // the client being the one of the 0100 that precedes the 0105.
-  absl::flat_hash_map<std::string_view, RegisteredAt> vans;
+  KeyMap<RegisteredAt> vans;
   // A physical terminal is registered once whatever its COD_MCAPT: key
   // "NUM_LOG|Marca" of the 0200.
-  absl::flat_hash_map<std::string_view, RegisteredAt> terminals;
+  KeyMap<RegisteredAt> terminals;
   // Institutions authorised by the declarant (0600), by CNPJ.
-  absl::flat_hash_map<std::string_view, RegisteredAt> authorised;
+  KeyMap<RegisteredAt> authorised;
 
   // COD_CLIENTE of the last 0100 read (interned; empty before the first or
   // when that 0100 had no code): the owner of the 0105 records that follow.

@@ -181,10 +181,10 @@ struct Block1State {
   // new 1110, and a 1110 always comes after its 1100, so during the set's
   // life those five texts never change: repeating them in every key would
   // only cost memory on the most frequent record of the file.
-  absl::flat_hash_map<std::string_view, FirstSeen> r1100;
-  absl::flat_hash_map<std::string_view, FirstSeen> r1110;
-  absl::flat_hash_map<std::string_view, FirstTransaction> r1115;
-  absl::flat_hash_map<std::string_view, FirstSeen> r1200;
+  KeyMap<FirstSeen> r1100;
+  KeyMap<FirstSeen> r1110;
+  KeyMap<FirstTransaction> r1115;
+  KeyMap<FirstSeen> r1200;
   KeyPool r1100_keys;
   KeyPool r1110_keys;
   KeyPool r1115_keys;
@@ -192,13 +192,13 @@ struct Block1State {
   std::string key;  // scratch where a key is built before the lookup
 
   // Number of 1110 per CNPJ_ADQUI.
-  absl::flat_hash_map<std::string_view, int64_t> adquirentes;
+  KeyMap<int64_t> adquirentes;
   // Texts kept for the whole run (acquirer CNPJs, CPFs, UF_DEST values).
   Arena arena{64 * 1024};
-  absl::flat_hash_set<std::string_view> ufs;  // interned UF_DEST texts
+  KeySet ufs;  // interned UF_DEST texts
 
   // CPF accumulator, by the CPF text.
-  absl::flat_hash_map<std::string_view, CpfTotals> cpfs;
+  KeyMap<CpfTotals> cpfs;
   std::vector<CpfContribution> cpf_contributions;
 
   // Finalidade 3: the months each client's 1100 covered, the missing ones

@@ -4,9 +4,15 @@
 #pragma once
 
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <vector>
+
+#include "absl/container/flat_hash_map.h"
+#include "absl/container/flat_hash_set.h"
+#include "absl/hash/hash.h"
+#include "absl/strings/string_view.h"
 
 namespace volp {
 
@@ -38,5 +44,20 @@ class Arena {
   char* cur_ = nullptr;
   char* end_ = nullptr;
 };
+
+// Hash of a key text. abseil hashes its own string_view with a fast mixing
+// hash; a std::string_view would fall back to the standard library's slower
+// byte hash, and these maps take a lookup per record.
+struct KeyHash {
+  size_t operator()(std::string_view s) const {
+    return absl::Hash<absl::string_view>{}(absl::string_view(s.data(), s.size()));
+  }
+};
+
+// Maps and sets keyed by texts (interned in an Arena, or views of the record
+// for a lookup).
+template <typename V>
+using KeyMap = absl::flat_hash_map<std::string_view, V, KeyHash, std::equal_to<std::string_view>>;
+using KeySet = absl::flat_hash_set<std::string_view, KeyHash, std::equal_to<std::string_view>>;
 
 }  // namespace volp

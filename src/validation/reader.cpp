@@ -138,6 +138,7 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
   std::string_view line;
   CheckFrame(run, raw, &line);
 
+  const int previous_type = rec.type_index;
   rec.type = nullptr;
   rec.type_index = -1;
   rec.found = 0;
@@ -175,7 +176,7 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
 
     if (k == 1) {
       const std::string_view code = tok.substr(0, 99);
-      const int idx = FindRecordType(code);
+      const int idx = FindRecordType(code, previous_type);
       if (idx < 0) {
         Msg m;
         FieldRef ref{"", static_cast<int32_t>(pos + 1), code, static_cast<int32_t>(tok.size())};
