@@ -18,6 +18,7 @@
 #include "layout/field_analysis.hpp"
 #include "layout/latin1.hpp"
 #include "reports/format.hpp"
+#include "rules/common.hpp"
 #include "rules/uf_check.hpp"
 #include "validation/context.hpp"
 
@@ -54,14 +55,8 @@ int CodeValue(std::string_view text) {
   return v;
 }
 
-unsigned Addr(const void* p) { return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p)); }
-
 void TraceCall(Run& run, const char* type, const Record& rec, int prev_type, int src_line) {
-  if (!run.log.On(5)) return;
-  run.log.Write(
-      5, "  ValidarRegistro_%s(%lld, %lld, 0x%08x, 0x%08x) Registro anterior: %d Linha fonte: %d\n",
-      type, static_cast<long long>(run.ctx.offset), static_cast<long long>(run.ctx.line),
-      Addr(&rec), Addr(&run.ctx), prev_type, src_line);
+  LogValidador(run, "  ", type, run.ctx.offset, run.ctx.line, rec, prev_type, src_line);
 }
 
 // Looks `key` up in a registry and adds it when it is new. `make(interned)`

@@ -12,6 +12,7 @@
 #include "layout/field_analysis.hpp"
 #include "layout/latin1.hpp"
 #include "reports/format.hpp"
+#include "rules/common.hpp"
 #include "validation/context.hpp"
 
 namespace volp {
@@ -21,14 +22,8 @@ constexpr int kQtd = 1;        // QTD_LIN_0, QTD_LIN_9, QTD_LIN (field 02)
 constexpr int kRegBlc = 1;     // 9900 REG_BLC (field 02)
 constexpr int kQtdRegBlc = 2;  // 9900 QTD_REG_BLC (field 03)
 
-unsigned Addr(const void* p) { return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p)); }
-
 void TraceCall(Run& run, const char* type, const Record& rec, int prev_type, int src_line) {
-  if (!run.log.On(5)) return;
-  run.log.Write(
-      5, "  ValidarRegistro_%s(%lld, %lld, 0x%08x, 0x%08x) Registro anterior: %d Linha fonte: %d\n",
-      type, static_cast<long long>(run.ctx.offset), static_cast<long long>(run.ctx.line),
-      Addr(&rec), Addr(&run.ctx), prev_type, src_line);
+  LogValidador(run, "  ", type, run.ctx.offset, run.ctx.line, rec, prev_type, src_line);
 }
 
 // The record supplied the field (it may still be empty).
@@ -37,24 +32,6 @@ bool Present(const Record& rec, int row) { return row < rec.found; }
 const char* Plural(int64_t n) { return n == 1 ? "" : "s"; }
 
 }  // namespace
-
-int64_t LerQuantidade(std::string_view text) {
-  size_t i = 0;
-  while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r'))) ++i;
-  bool negative = false;
-  if (i < text.size() && (text[i] == '-' || text[i] == '+')) negative = text[i++] == '-';
-  uint64_t v = 0;
-  constexpr uint64_t kLimit = static_cast<uint64_t>(INT64_MAX);
-  for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
-    v = v * 10 + static_cast<uint64_t>(text[i] - '0');
-    if (v > kLimit) {  // saturate as the C conversion does
-      v = negative ? kLimit + 1 : kLimit;
-      break;
-    }
-  }
-  if (negative) return v > kLimit ? INT64_MIN : -static_cast<int64_t>(v);
-  return static_cast<int64_t>(v);
-}
 
 void ValidarRegistro_0990(Run& run, Record& rec, int prev_type, int src_line) {
   const int64_t count = run.ctx.block0;
@@ -67,7 +44,7 @@ void ValidarRegistro_0990(Run& run, Record& rec, int prev_type, int src_line) {
   }
   AnalisarRegistro(run, rec);
   if (!Present(rec, kQtd)) return;
-  const int64_t stated = LerQuantidade(rec.fields[kQtd].text);
+  const int64_t stated = LerInteiro(rec.fields[kQtd].text);
   if (stated != count) {
     Msg m;
     run.Report(rec, kQtd, kErro,
@@ -111,7 +88,7 @@ void ValidarRegistro_9900(Run& run, Record& rec, int prev_type, int src_line) {
   slot.seen = true;
   slot.offset = run.ctx.offset;
   slot.line = run.ctx.line;
-  slot.stated = LerQuantidade(qtd.text);
+  slot.stated = LerInteiro(qtd.text);
   slot.column = qtd.column;
   slot.content.assign(qtd.text);
 }
@@ -126,7 +103,7 @@ void ValidarRegistro_9990(Run& run, Record& rec, int prev_type, int src_line) {
   st.has_qtd_lin_9 = Present(rec, kQtd);
   if (st.has_qtd_lin_9) {
     const Field& f = rec.fields[kQtd];
-    st.qtd_lin_9 = LerQuantidade(f.text);
+    st.qtd_lin_9 = LerInteiro(f.text);
     st.qtd_lin_9_column = f.column;
     st.qtd_lin_9_text.assign(f.text);
   }
@@ -139,7 +116,7 @@ void ValidarRegistro_9999(Run& run, Record& rec, int prev_type, int src_line) {
 
   const int64_t lines = run.ps.known_records;
   if (Present(rec, kQtd)) {
-    const int64_t stated = LerQuantidade(rec.fields[kQtd].text);
+    const int64_t stated = LerInteiro(rec.fields[kQtd].text);
     if (stated != lines) {
       run.Report(rec, kQtd, kErro,
                  m("Informou %s registros no arquivo digital mas encontrou %s registros.",

@@ -39,9 +39,6 @@ struct Block9State {
   std::string qtd_lin_9_text;
 };
 
-// Signed leading-digits conversion of a stated count ("12x" is 12, "" is 0).
-int64_t LerQuantidade(std::string_view text);
-
 void ValidarRegistro_0990(Run& run, Record& rec, int prev_type, int src_line);
 void ValidarRegistro_9001(Run& run, Record& rec, int prev_type, int src_line);
 void ValidarRegistro_9900(Run& run, Record& rec, int prev_type, int src_line);

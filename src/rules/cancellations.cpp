@@ -15,7 +15,7 @@ namespace volp {
 
 using b1::Filled;
 using b1::LerCentavos;
-using b1::LerInteiro;
+using b1::LerDigitos;
 using b1::Text;
 
 namespace {
@@ -138,7 +138,7 @@ void ValidarRegistro_1200(Run& run, Record& rec, int prev_type, int src_line) {
 
   // 9.
   if (Filled(rec, kTipoCanc)) {
-    const int64_t tipo = LerInteiro(Text(rec, kTipoCanc));
+    const int64_t tipo = LerDigitos(Text(rec, kTipoCanc));
     if (tipo != 0 && tipo != 1 && tipo != 2) {
       const std::string_view t = Text(rec, kTipoCanc);
       run.Report(rec, kTipoCanc, kErro,
@@ -182,7 +182,7 @@ void ValidarRegistro_1990(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
 
   if (Filled(rec, 1)) {
-    const int64_t declarado = LerInteiro(Text(rec, 1));
+    const int64_t declarado = LerDigitos(Text(rec, 1));
     const int64_t contado = run.ctx.block1;
     if (declarado != contado) {
       Msg m;

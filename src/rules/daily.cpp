@@ -15,7 +15,7 @@ namespace volp {
 
 using b1::Filled;
 using b1::LerCentavos;
-using b1::LerInteiro;
+using b1::LerDigitos;
 using b1::Text;
 
 namespace {
@@ -153,7 +153,7 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
 
   // 7. QTD; a 1110 without it is not counted.
   if (!Filled(rec, kQtd1110)) return;
-  last.qtd = LerInteiro(Text(rec, kQtd1110));
+  last.qtd = LerDigitos(Text(rec, kQtd1110));
   if (last.qtd == 0 && ctx.finalidade != 3) {
     run.Report(rec, kQtd1110, kErro,
                m("No campo %02d - '%s' o valor é 0!"_l1, 5, rec.def(kQtd1110).name));
@@ -179,7 +179,7 @@ void ValidarRegistro_1115(Run& run, Record& rec, int prev_type, int src_line) {
   // 2. IND_SPLIT: a split payment may repeat the same transaction key.
   int32_t split = -1;
   if (Filled(rec, kSplit)) {
-    split = static_cast<int32_t>(LerInteiro(Text(rec, kSplit)));
+    split = static_cast<int32_t>(LerDigitos(Text(rec, kSplit)));
     if (split != 0 && split != 1) {
       const std::string_view t = Text(rec, kSplit);
       Msg m;
@@ -231,7 +231,7 @@ void ValidarRegistro_1115(Run& run, Record& rec, int prev_type, int src_line) {
   // 4. Nature of the operation: 9 is not a nature, and a cash device only
   // takes nature 5.
   if (Filled(rec, kNatOper)) {
-    const int64_t nat = LerInteiro(Text(rec, kNatOper));
+    const int64_t nat = LerDigitos(Text(rec, kNatOper));
     if (!((nat >= 1 && nat <= 8) || nat == 10 || nat == 11)) {
       const std::string_view t = Text(rec, kNatOper);
       Msg m;
@@ -266,7 +266,7 @@ void ValidarRegistro_1115(Run& run, Record& rec, int prev_type, int src_line) {
   // 6. Card brand: 1 to 35, 98 and 99 (the message leaves 98 out, yet it is
   // accepted). Only a warning.
   if (Filled(rec, kBandeira)) {
-    const int64_t bandeira = LerInteiro(Text(rec, kBandeira));
+    const int64_t bandeira = LerDigitos(Text(rec, kBandeira));
     if (!((bandeira >= 1 && bandeira <= 35) || bandeira == 98 || bandeira == 99)) {
       const std::string_view t = Text(rec, kBandeira);
       Msg m;

@@ -19,7 +19,7 @@ namespace volp {
 
 using b1::Filled;
 using b1::LerCentavos;
-using b1::LerInteiro;
+using b1::LerDigitos;
 using b1::Text;
 
 namespace {
@@ -40,8 +40,8 @@ enum : int {
 // month is not 1 to 12 (the stepping below would never end on month 13).
 int32_t AnoMes(std::string_view date) {
   if (date.size() < 6) return 0;
-  int64_t ano = LerInteiro(date.substr(0, 4));
-  int64_t mes = LerInteiro(date.substr(4, 2));
+  int64_t ano = LerDigitos(date.substr(0, 4));
+  int64_t mes = LerDigitos(date.substr(4, 2));
   if (mes < 1 || mes > 12) return 0;
   return static_cast<int32_t>(ano * 100 + mes);
 }
@@ -162,7 +162,7 @@ void ValidarRegistro_1001(Run& run, Record& rec, int prev_type, int src_line) {
   // An empty block 1 (IND_MOV 0) cannot refer to any client: none of them is
   // then reported for lacking references.
   const Field& ind_mov = rec.fields[1];
-  if (ind_mov.valid && LerInteiro(ind_mov.text) == 0) {
+  if (ind_mov.valid && LerDigitos(ind_mov.text) == 0) {
     for (auto& [code, client] : run.block0.clients) client.exempt = true;
   }
 }
@@ -227,7 +227,7 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
 
   // 5. Payment abroad.
   if (Filled(rec, kComex)) {
-    const int64_t comex = LerInteiro(Text(rec, kComex));
+    const int64_t comex = LerDigitos(Text(rec, kComex));
     if (comex == 0) {
       b.comex0 = true;
     } else if (comex == 1) {
@@ -244,7 +244,7 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
   // 6. Extemporaneous information: anything but an explicit 0 counts as such.
   int64_t extemp = -1;
   if (Filled(rec, kExtemp)) {
-    extemp = LerInteiro(Text(rec, kExtemp));
+    extemp = LerDigitos(Text(rec, kExtemp));
     if (extemp != 0 && extemp != 1) {
       const std::string_view t = Text(rec, kExtemp);
       run.Report(rec, kExtemp, kErro,
@@ -316,8 +316,8 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
                      7, static_cast<int>(am_fin.size()), am_fin.data(),
                      static_cast<int>(am_ini.size()), am_ini.data(), 6));
       } else {
-        const int64_t ano = LerInteiro(am_ini.substr(0, 4));
-        const int64_t mes = am_ini.size() > 4 ? LerInteiro(am_ini.substr(4)) : 0;
+        const int64_t ano = LerDigitos(am_ini.substr(0, 4));
+        const int64_t mes = am_ini.size() > 4 ? LerDigitos(am_ini.substr(4)) : 0;
         RegistrarMes(run, rec, static_cast<int32_t>(ano * 100 + mes));
       }
     }
@@ -350,7 +350,7 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
 
   // 10. QTD.
   if (!Filled(rec, kQtd)) return;
-  last.qtd = LerInteiro(Text(rec, kQtd));
+  last.qtd = LerDigitos(Text(rec, kQtd));
   if (last.qtd == 0 && ctx.finalidade != 3) {
     run.Report(rec, kQtd, kErro, m("No campo %02d - '%s' o valor é 0!"_l1, 9, rec.def(kQtd).name));
   }

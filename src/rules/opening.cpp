@@ -14,6 +14,7 @@
 #include "layout/field_analysis.hpp"
 #include "layout/latin1.hpp"
 #include "layout/tables.hpp"
+#include "rules/common.hpp"
 #include "rules/uf_check.hpp"
 #include "validation/context.hpp"
 
@@ -32,26 +33,8 @@ constexpr int kRowEndereco = 2, kRowCep = 3, kRowCodMun = 4, kRowUf = 5, kRowNom
 
 int Len(std::string_view s) { return static_cast<int>(s.size()); }
 
-// Decimal value of the leading digits, 0 when there are none ("3a" is 3,
-// "a" is 0): the purpose and the environment are read this way, so a letter
-// turns into 0 and is reported as out of range.
-int LeadingInt(std::string_view s) {
-  int v = 0;
-  for (char c : s) {
-    if (c < '0' || c > '9' || v > 100000000) break;
-    v = v * 10 + (c - '0');
-  }
-  return v;
-}
-
 void Trace(Run& run, const char* type, const Record& rec, int prev_type, int src_line) {
-  if (!run.log.On(5)) return;
-  run.log.Write(5,
-                "  ValidarRegistro_%s(%lld, %lld, 0x%08x, 0x%08x) Registro anterior: %d Linha "
-                "fonte: %d\n",
-                type, static_cast<long long>(run.ctx.offset), static_cast<long long>(run.ctx.line),
-                static_cast<unsigned>(reinterpret_cast<uintptr_t>(&rec)),
-                static_cast<unsigned>(reinterpret_cast<uintptr_t>(&run.ctx)), prev_type, src_line);
+  LogValidador(run, "  ", type, run.ctx.offset, run.ctx.line, rec, prev_type, src_line);
 }
 
 void Keep(std::string& to, const Field& f) {
@@ -127,7 +110,7 @@ void ValidarRegistro_0000(Run& run, Record& rec, int prev_type, int src_line) {
   if (cod_fin.filled) {
     // Kept even when out of range: the period rules below and the order of
     // the records read it as it is.
-    const int fin = LeadingInt(cod_fin.text);
+    const int fin = static_cast<int>(LerDigitos(cod_fin.text));
     ctx.finalidade = fin;
     if (fin < 1 || fin > kFinalidadeCount) {
       run.Report(rec, kRowCodFin, kErro,
@@ -149,7 +132,7 @@ void ValidarRegistro_0000(Run& run, Record& rec, int prev_type, int src_line) {
   // an empty one is named "vazio" in the message.
   if (kRowTpAmb < rec.found) {
     const Field& amb = rec.fields[kRowTpAmb];
-    ctx.tp_amb = LeadingInt(amb.text);
+    ctx.tp_amb = static_cast<int>(LerDigitos(amb.text));
     if (ctx.tp_amb != 1 && ctx.tp_amb != 2) {
       if (amb.text.empty()) {
         run.Report(rec, kRowTpAmb, kErro,

@@ -22,6 +22,7 @@
 #include "rules/block0.hpp"
 #include "rules/block1.hpp"
 #include "rules/block9.hpp"
+#include "rules/common.hpp"
 #include "rules/opening.hpp"
 #include "validation/context.hpp"
 
@@ -305,22 +306,12 @@ struct Outcome {
   bool accepted = true;
 };
 
-// Decimal value of the leading digits (0 when there are none).
-int LeadingInt(std::string_view s) {
-  int v = 0;
-  for (char c : s) {
-    if (c < '0' || c > '9' || v > 100000000) break;
-    v = v * 10 + (c - '0');
-  }
-  return v;
-}
-
 // Field 02 of 0001, 1001 and 9001: the movement indicator, 0 (no data in
 // the block) or 1. Read only when the field analysis found it valid.
 bool ReadIndMov(const Record& rec, int* value) {
   const Field& f = rec.fields[1];
   if (!f.valid) return false;
-  *value = LeadingInt(f.text);
+  *value = static_cast<int>(LerDigitos(f.text));
   return true;
 }
 

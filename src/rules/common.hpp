@@ -1,0 +1,42 @@
+// What every record rule uses: reading numbers out of field texts and the
+// trace line a validator writes when it is called.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace volp {
+
+struct Run;
+struct Record;
+
+// A number as the C library's decimal conversion reads it: leading blanks, an
+// optional sign, then digits up to the first other byte; 0 when there are
+// none; saturated at the 64-bit limits. The totals of blocks 0 and 9 are read
+// this way.
+int64_t LerInteiro(std::string_view text);
+
+// The leading digits of a text as a number, stopping at the first other byte
+// ("12a" is 12, a text of letters 0). Codes and quantities of the records are
+// read this way. 64-bit, wrapping rather than overflowing on absurd lengths.
+inline int64_t LerDigitos(std::string_view s) {
+  uint64_t v = 0;
+  for (char c : s) {
+    if (c < '0' || c > '9') break;
+    v = v * 10 + static_cast<uint64_t>(c - '0');
+  }
+  return static_cast<int64_t>(v);
+}
+
+// The low 32 bits of an address, as the traces print them.
+inline unsigned Addr(const void* p) {
+  return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p));
+}
+
+// "<indent>ValidarRegistro_<code>(<a>, <b>, 0x.., 0x..) Registro anterior: %d Linha fonte: %d"
+// at level 5. The records of block 1 print their line before their position,
+// the others their position first: the caller passes them in its order.
+void LogValidador(Run& run, const char* indent, const char* code, int64_t a, int64_t b,
+                  const Record& rec, int prev_type, int src_line);
+
+}  // namespace volp
