@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -237,9 +238,46 @@ TEST(Run, EmptyFileListsEveryRequiredRecord) {
       ++missing_9900;
   }
   EXPECT_EQ(missing, (std::vector<std::string>{"0000", "0001", "0005", "0990", "1001", "1990",
-                                                "9001", "9900", "9990", "9999"}));
+                                               "9001", "9900", "9990", "9999"}));
   EXPECT_EQ(missing_9900, 10);
   EXPECT_EQ(r.findings.size(), 20u);
+}
+
+TEST(Run, HostileContentStillEndsInACompleteReport) {
+  // Whatever the bytes, the run ends with a whole report in place (and no
+  // working file left), carrying the finding that names the problem.
+  std::string garbage;
+  for (int i = 0; i < 4096; ++i) garbage.push_back(static_cast<char>((i * 7919) % 256));
+  const struct {
+    const char* name;
+    std::string content;
+    std::string expected;  // a message the report must hold
+  } cases[] = {
+      {"line of 50,000 bytes", "|0000|" + std::string(50000, 'x') + "|\r\n",
+       "Campo com tamanho maior que 255."},
+      {"no final CR LF", test::Lines({"|0000|"}) + "|0001|1|",
+       L1("O registro 0005 é obrigatório mas não foi encontrado no arquivo.")},
+      {"NUL bytes", std::string("|0000|07|1|SP|\0\0|\r\n", 20),
+       L1("não representável na codificação ASC-II")},
+      {"UTF-8 text", test::Lines({"|0005|Padaria São João|"}),
+       L1("Deveria ter o registro 0000 e não o 0005.")},
+      {"binary garbage", garbage, L1("é de tipo inválido.")},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    test::TempDir dir;
+    const std::string path = dir.Write("decl.txt", c.content);
+    Options o;
+    o.tables_dir = test::DataDir();
+    o.today = test::kToday;
+    const Result r = Validate(path, o);
+    EXPECT_TRUE(r.completed);
+    const std::string xml = test::ReadFile(r.report_path);
+    ASSERT_GE(xml.size(), 8u);
+    EXPECT_EQ(xml.substr(xml.size() - 8), "</VOLP>\n");
+    EXPECT_FALSE(std::filesystem::exists(r.report_path + ".parcial"));
+    EXPECT_NE(xml.find(c.expected), std::string::npos) << c.expected;
+  }
 }
 
 TEST(Run, BadInputGivesAFailureNotACrash) {
