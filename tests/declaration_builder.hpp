@@ -112,6 +112,21 @@ inline int64_t LineOf(const std::vector<std::string>& lines, std::string_view pr
   return 0;
 }
 
+// `message` with its "{L<prefix>}" and "{P<prefix>}" replaced.
+inline std::string Fill(const std::vector<std::string>& lines, std::string message) {
+  for (size_t open; (open = message.find('{')) != std::string::npos;) {
+    const size_t close = message.find('}', open);
+    int64_t value = LineOf(lines, std::string_view(message).substr(open + 2, close - open - 2));
+    if (message[open + 1] == 'P') {
+      const int64_t line = value;
+      value = 0;
+      for (int64_t i = 0; i + 1 < line; ++i) value += static_cast<int64_t>(lines[i].size()) + 2;
+    }
+    message.replace(open, close - open + 1, Milhar(value).c_str());
+  }
+  return message;
+}
+
 // Compares the run's errors (not its warnings) with the expected ones.
 inline void ExpectErrors(const Declaration& d, const std::vector<Expected>& expected) {
   const std::vector<std::string> lines = d.Lines();
@@ -122,20 +137,9 @@ inline void ExpectErrors(const Declaration& d, const std::vector<Expected>& expe
     if (f.severity != 1)
       got.push_back(std::to_string(f.line) + "#" + std::to_string(f.field_number) + " " +
                     Latin1ToUtf8(f.message));
-  for (Expected e : expected) {
-    for (size_t open; (open = e.message.find('{')) != std::string::npos;) {
-      const size_t close = e.message.find('}', open);
-      int64_t value = LineOf(lines, std::string_view(e.message).substr(open + 2, close - open - 2));
-      if (e.message[open + 1] == 'P') {
-        int64_t line = value;
-        value = 0;
-        for (int64_t i = 0; i + 1 < line; ++i) value += static_cast<int64_t>(lines[i].size()) + 2;
-      }
-      e.message.replace(open, close - open + 1, Milhar(value).c_str());
-    }
+  for (const Expected& e : expected)
     want.push_back(std::to_string(LineOf(lines, e.at, e.nth)) + "#" + std::to_string(e.field) +
-                   " " + e.message);
-  }
+                   " " + Fill(lines, e.message));
   std::sort(got.begin(), got.end());
   std::sort(want.begin(), want.end());
   EXPECT_EQ(got, want);
