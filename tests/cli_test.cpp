@@ -131,36 +131,6 @@ TEST(Cli, HelpExplainsTheCommandsTheReportAndTheExitStatus) {
   }
 }
 
-TEST(Cli, WrongArgumentsEndWithStatusTwo) {
-  const std::vector<std::vector<std::string>> cases = {
-      {},                                                 // no command
-      {"check", "x.txt"},                                 // unknown command
-      {"validate"},                                       // no file
-      {"validate", "x.txt", "--today", "2026011"},        // short date
-      {"validate", "x.txt", "--today", "2026-01-15"},     // not digits
-      {"validate", "x.txt", "--findings", "-1"},          // negative count
-      {"validate", "x.txt", "--tables", "/no/such/dir"},  // missing directory
-  };
-  for (const auto& args : cases) {
-    const CliRun run = RunCli(args);
-    EXPECT_EQ(run.status, 2) << (args.empty() ? "(none)" : args[0] + " " + args.back());
-  }
-}
-
-TEST(Cli, ValidExampleExitsZeroWithTheVerdictAndNoFindings) {
-  test::TempDir dir;
-  const std::string file = dir.Write("declaracao.txt", ExampleText());
-  const CliRun run = RunCli(ValidateArgs(file));
-  EXPECT_EQ(run.status, 0) << run.out << run.err;
-  EXPECT_NE(run.out.find("Verdict:  Arquivo validado\n"), std::string::npos) << run.out;
-  EXPECT_NE(run.out.find("Errors:   0   warnings: 0   rejected lines: 0"), std::string::npos)
-      << run.out;
-  EXPECT_EQ(run.out.find("Findings"), std::string::npos) << run.out;
-  EXPECT_NE(run.out.find("Report:   " + dir.path() + "/declaracao.validacao.xml"),
-            std::string::npos);
-  EXPECT_TRUE(fs::exists(dir.path() + "/declaracao.validacao.xml"));
-}
-
 TEST(Cli, FileWithErrorsExitsOneAndListsTheFindingsInUtf8) {
   test::TempDir dir;
   // The declarant's CNPJ with a wrong last check digit.
@@ -212,23 +182,32 @@ TEST(Cli, FindingsOptionLimitsTheListAndQuietPrintsNothing) {
   EXPECT_EQ(quiet.err, "");
 }
 
-TEST(Cli, RunsThatCannotBeDoneExitTwoAndSayWhy) {
+TEST(Cli, WrongArgumentsAndRunsThatCannotBeDoneExitTwoAndSayWhy) {
   test::TempDir dir;
   test::TempDir no_table;
   const std::string file = dir.Write("ok.txt", ExampleText());
+  const std::string usage = "Run with --help";
   struct Case {
     const char* name;
     std::vector<std::string> args;
+    std::string says;  // on stderr
   };
   const std::vector<Case> cases = {
-      {"missing file", ValidateArgs(dir.path() + "/nao-existe.txt")},
-      {"directory", ValidateArgs(dir.path())},
-      {"no municipality table", {"validate", file, "--tables", no_table.path()}},
+      {"no command", {}, usage},
+      {"unknown command", {"check", "x.txt"}, usage},
+      {"no file", {"validate"}, usage},
+      {"short date", {"validate", "x.txt", "--today", "2026011"}, usage},
+      {"not digits", {"validate", "x.txt", "--today", "2026-01-15"}, usage},
+      {"negative count", {"validate", "x.txt", "--findings", "-1"}, usage},
+      {"missing directory", {"validate", "x.txt", "--tables", "/no/such/dir"}, usage},
+      {"missing file", ValidateArgs(dir.path() + "/nao-existe.txt"), "volp: "},
+      {"directory", ValidateArgs(dir.path()), "volp: "},
+      {"no municipality table", {"validate", file, "--tables", no_table.path()}, "volp: "},
   };
   for (const Case& c : cases) {
     const CliRun run = RunCli(c.args);
     EXPECT_EQ(run.status, 2) << c.name << "\n" << run.out << run.err;
-    EXPECT_NE(run.err.find("volp: "), std::string::npos) << c.name << ": " << run.err;
+    EXPECT_NE(run.err.find(c.says), std::string::npos) << c.name << ": " << run.err;
     EXPECT_EQ(run.out.find("Verdict:"), std::string::npos) << c.name;
   }
 }
@@ -248,14 +227,21 @@ TEST(Cli, EmptyFileExitsOneAlthoughTheReportSaysValidated) {
   EXPECT_EQ(TypeRow(run.out, "0000"), (std::vector<long long>{1, 0, 0, 0})) << run.out;
 }
 
-TEST(Cli, MunicipalityTableIsLookedForInTheCurrentDirectoryFirst) {
+// The municipality table is looked for in the current directory first.
+TEST(Cli, ValidExampleExitsZeroWithTheVerdictTheTableAndNoFindings) {
   test::TempDir dir;
-  const std::string file = dir.Write("ok.txt", ExampleText());
+  const std::string file = dir.Write("declaracao.txt", ExampleText());
   const std::string table = "RELATORIO_DTB_BRASIL_MUNICIPIO.csv";
 
   // Without a table in the current directory: the installed or source copy.
   const CliRun elsewhere = RunCli({"validate", file, "--today", test::kToday}, dir.path());
   EXPECT_EQ(elsewhere.status, 0) << elsewhere.out << elsewhere.err;
+  EXPECT_NE(elsewhere.out.find("Verdict:  Arquivo validado\n"), std::string::npos);
+  EXPECT_NE(elsewhere.out.find("Errors:   0   warnings: 0   rejected lines: 0"), std::string::npos);
+  EXPECT_EQ(elsewhere.out.find("Findings"), std::string::npos) << elsewhere.out;
+  EXPECT_NE(elsewhere.out.find("Report:   " + dir.path() + "/declaracao.validacao.xml"),
+            std::string::npos);
+  EXPECT_TRUE(fs::exists(dir.path() + "/declaracao.validacao.xml"));
   const std::string line = LineStartingWith(elsewhere.out, "Tables:   ");
   EXPECT_TRUE(line.ends_with("/" + table + " (installed data)") ||
               line.ends_with("/" + table + " (source tree)"))
