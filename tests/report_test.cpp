@@ -143,26 +143,19 @@ TEST_F(ReportTest, FileDataAndEscaping) {
   EXPECT_FALSE(fs::exists(Work())) << "the working file is removed once copied";
 }
 
-TEST_F(ReportTest, CodesOutsideTheirListsAreLeftOut) {
-  const int codes[] = {0, 7, -1};
-  for (int code : codes) {
+// Empty header values and codes outside their lists leave their elements
+// out; no findings, no <Criticas>.
+TEST_F(ReportTest, EmptyOrUnknownValuesAreLeftOut) {
+  for (int code : {0, 7, -1}) {
     run.ctx.finalidade = code;
     run.ctx.tp_amb = code == 7 ? 3 : code;
     const std::string xml = Final();
-    EXPECT_EQ(xml.find("FinalidadeArquivo"), std::string::npos) << code;
-    EXPECT_EQ(xml.find("TipoAmbiente"), std::string::npos) << code;
+    for (const char* absent : {"FinalidadeArquivo", "TipoAmbiente", "<Criticas>", "VersaoLayout",
+                               "NomeInstituicao", "CacheLinhas"})
+      EXPECT_EQ(xml.find(absent), std::string::npos) << code << " " << absent;
+    EXPECT_NE(xml.find("  </DadosArquivo>\n  <Resumo>\n"), std::string::npos);
+    EXPECT_NE(xml.find("<sha256Arquivo></sha256Arquivo>"), std::string::npos);
   }
-}
-
-TEST_F(ReportTest, NoFindingsNoCriticas) {
-  const std::string xml = Final();
-  EXPECT_EQ(xml.find("<Criticas>"), std::string::npos);
-  EXPECT_NE(xml.find("  </DadosArquivo>\n  <Resumo>\n"), std::string::npos);
-  // Empty header values leave their elements out.
-  EXPECT_EQ(xml.find("VersaoLayout"), std::string::npos);
-  EXPECT_EQ(xml.find("NomeInstituicao"), std::string::npos);
-  EXPECT_EQ(xml.find("CacheLinhas"), std::string::npos);
-  EXPECT_NE(xml.find("<sha256Arquivo></sha256Arquivo>"), std::string::npos);
 }
 
 TEST_F(ReportTest, ContentOfFieldsWithInvalidBytesIsLeftOut) {
@@ -285,10 +278,10 @@ TEST_F(ReportTest, ReportThatCannotBeCreated) {
   EXPECT_FALSE(fs::exists(run.ctx.report_name));
 }
 
+// A partial report on disk must never become the final one.
 TEST_F(ReportTest, CompletingWithoutFinalLeavesNoReport) {
-  // A partial report on disk must never become the final one.
-  ps.last_partial_write = 0;
   ASSERT_EQ(GerarArquivoValidacao(run, kParcial), 0);
+  ASSERT_TRUE(fs::exists(Work()));
   EXPECT_EQ(GerarArquivoValidacao(run, kCompletar), 1);
   EXPECT_FALSE(fs::exists(run.ctx.report_name));
 }
