@@ -178,8 +178,8 @@ TEST(GeneratorTest, EachFaultGivesExactlyItsManifestFindings) {
   };
   for (const FaultCase& c : cases) {
     for (uint64_t seed : {3u, 4u}) {
-      SCOPED_TRACE(std::string(c.faults) + " finalidade " + std::to_string(c.finalidade) + " seed " +
-                   std::to_string(seed));
+      SCOPED_TRACE(std::string(c.faults) + " finalidade " + std::to_string(c.finalidade) +
+                   " seed " + std::to_string(seed));
       Options o = Small(c.finalidade, seed);
       std::string error;
       ASSERT_TRUE(volpgen::ParseFaults(c.faults, &o.faults, &error)) << error;
@@ -277,35 +277,25 @@ TEST(GeneratorTest, SizeOptions) {
 
   struct Bad {
     const char* why;
-    Options o;
+    void (*set)(Options&);
   };
-  std::vector<Bad> bad;
-  auto with = [](auto f) {
-    Options o;
-    f(o);
-    return o;
+  const Bad bad[] = {
+      {"finalidade 7", [](Options& o) { o.finalidade = 7; }},
+      {"month 13", [](Options& o) { o.period = 202513; }},
+      {"before 2010", [](Options& o) { o.period = 200912; }},
+      {"unknown UF", [](Options& o) { o.uf_fisco = "XX"; }},
+      {"too few transactions for the people declared by CPF",
+       [](Options& o) { o.transactions = 40, o.clients = 10; }},
+      {"a day cannot hold them all",
+       [](Options& o) { o.transactions = 100000, o.clients = 1, o.devices = 1; }},
+      {"notice with two clients", [](Options& o) { o.finalidade = 3, o.clients = 2; }},
   };
-  bad.push_back({"finalidade 7", with([](Options& o) { o.finalidade = 7; })});
-  bad.push_back({"month 13", with([](Options& o) { o.period = 202513; })});
-  bad.push_back({"before 2010", with([](Options& o) { o.period = 200912; })});
-  bad.push_back({"unknown UF", with([](Options& o) { o.uf_fisco = "XX"; })});
-  bad.push_back({"too few transactions for the people declared by CPF", with([](Options& o) {
-                   o.transactions = 40;
-                   o.clients = 10;
-                 })});
-  bad.push_back({"a day cannot hold them all", with([](Options& o) {
-                   o.transactions = 100000;
-                   o.clients = 1;
-                   o.devices = 1;
-                 })});
-  bad.push_back({"notice with two clients", with([](Options& o) {
-                   o.finalidade = 3;
-                   o.clients = 2;
-                 })});
   for (const Bad& b : bad) {
     SCOPED_TRACE(b.why);
+    Options o;
+    b.set(o);
     volpgen::NullSink sink;
-    EXPECT_THROW(volpgen::Generate(b.o, sink), std::invalid_argument);
+    EXPECT_THROW(volpgen::Generate(o, sink), std::invalid_argument);
   }
 }
 
