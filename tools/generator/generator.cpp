@@ -883,6 +883,10 @@ Totals Gen::Group(Mode mode, Cursor& c, const Client& cl, int64_t q, int dt_ini,
       if (expect.records < 30)
         qtd = Format(" A quantidade total mensal é %s inferior a 30.",
                      Milhar(expect.records).c_str());
+      // Another fault may have added a transaction that lifts the client
+      // to both minimums: then nothing is to be removed, and the fault
+      // stays unplaced.
+      if (valor.empty() && qtd.empty()) continue;
       Expect(fault, line_, offset_, "1100", 3, 2,
              Format("Deve ser removido esse registro 1100 e seus registros descendentes referente "
                     "ao CPF %.11s. Motivo:%s%s",
