@@ -73,7 +73,10 @@ struct ValidationContext {
   // Line statistics.
   int64_t longest = 0;
   int64_t shortest = 0;
-  int32_t average = 0;
+  int32_t average = 0;  // start of the last measured record / records read then
+  // (the division is done only when a report needs it: see MedirMedia)
+  int64_t average_offset = 0;
+  int64_t average_count = 0;
 
   // Structure.
   int state = kAguardando0000;
@@ -124,6 +127,11 @@ struct ValidationContext {
   std::FILE* report_file = nullptr;
   std::string report_work_name;
 };
+
+// The average record length as of the last record measured.
+inline void MedirMedia(ValidationContext& c) {
+  if (c.average_count > 0) c.average = static_cast<int32_t>(c.average_offset / c.average_count);
+}
 
 // Everything one run reads and writes, passed explicitly to every step.
 struct Run {

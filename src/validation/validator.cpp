@@ -80,9 +80,10 @@ void RequiredRecordsCheck(Run& run) {
   }
 }
 
-// Keeps the microsecond figures the report prints in step with the
-// nanosecond accumulators.
-void SyncTimers(ProcessState& ps) {
+// Brings the derived figures the report prints up to date: the microsecond
+// timers (from clock ticks) and the average record length.
+void BeforeReport(ProcessState& ps, ValidationContext& ctx) {
+  MedirMedia(ctx);
   ps.read_us = platform::TicksToNs(ps.read_ticks) / 1000;
   ps.scan_us = platform::TicksToNs(ps.scan_ticks) / 1000;
   for (TypeCounters& t : ps.findings.per_type) t.time_us = platform::TicksToNs(t.time_ticks) / 1000;
@@ -196,7 +197,8 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
     // 4. Line statistics.
     if (len > ctx.longest) ctx.longest = len;
     if (ctx.shortest == 0 || len < ctx.shortest) ctx.shortest = len;
-    ctx.average = static_cast<int32_t>(ctx.offset / ctx.records_read);
+    ctx.average_offset = ctx.offset;  // average = this / that, when a report asks
+    ctx.average_count = ctx.records_read;
 
     // 5. The digest: the block is hashed on the second thread; this line now
     // counts as hashed.
@@ -270,7 +272,7 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
     // 11. Progress: a partial report (at most every 5 s) and the caller's callback.
     if (ctx.line % kPollLines == 0) {
       const int64_t t0 = platform::NowNs();
-      SyncTimers(ps);
+      BeforeReport(ps, ctx);
       GerarArquivoValidacao(run, kParcial);
       ps.report_us += ElapsedUs(t0);
       if (options.progress) options.progress(ctx.end_offset, ctx.file_size);
@@ -311,7 +313,7 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
       RequiredRecordsCheck(run);
   }
 
-  SyncTimers(ps);
+  BeforeReport(ps, ctx);
   int64_t t0 = platform::NowNs();
   GerarArquivoValidacao(run, kFinal);
   ps.report_us += ElapsedUs(t0);
