@@ -60,6 +60,60 @@ void ReportarUfDestino(Run& run, const Record& rec, const char* code) {
                run.ctx.uf_fisco.c_str(), 4));
 }
 
+// The recipient of a destination record: exactly one of CNPJ_DEST, CPF_DEST
+// and ID_DEST. 1120 and 1220 say it in their own words: the 1120's messages
+// name the fields by number, the 1220's do not.
+struct TextosDestinatario {
+  const char* cnpj_e_cpf;
+  const char* cnpj_e_id;
+  const char* cpf_e_id;
+  const char* id_longo;
+  const char* faltou;
+  bool numerados;
+};
+
+const TextosDestinatario kTextos1120 = {
+    "Já está preenchido o campo %02d - CNPJ_DEST então não pode preencher o campo %02d - "
+    "CPF_DEST."_l1,
+    "Já está preenchido o campo %02d - CNPJ_DEST então não pode preencher o campo %02d - "
+    "ID_DEST."_l1,
+    "Já está preenchido o campo %02d - CPF_DEST então não pode preencher o campo %02d - "
+    "ID_DEST."_l1,
+    "O campo %02d - ID_DEST tem %d posições mas deveria ter no máximo %d posições."_l1,
+    "Faltou preencher o campo %02d - CNPJ_DEST ou %02d - CPF_DEST ou %02d - ID_DEST."_l1,
+    true,
+};
+
+const TextosDestinatario kTextos1220 = {
+    "Já está preenchido o campo CNPJ_DEST então não pode preencher o campo CPF_DEST."_l1,
+    "Já está preenchido o campo CNPJ_DEST então não pode preencher o campo ID_DEST."_l1,
+    "Já está preenchido o campo CPF_DEST então não pode preencher o campo ID_DEST."_l1,
+    "O campo ID_DEST tem %d posições mas deveria ter no máximo %d posições."_l1,
+    "Faltou preencher o campo CNPJ_DEST ou CPF_DEST ou ID_DEST.",
+    false,
+};
+
+void VerificarDestinatario(Run& run, Record& rec, const TextosDestinatario& t) {
+  // Field numbers as printed: CNPJ_DEST 04, CPF_DEST 05, ID_DEST 06.
+  const int n_cnpj = kCnpjDest + 1, n_cpf = kCpfDest + 1, n_id = kIdDest + 1;
+  const bool cnpj = Filled(rec, kCnpjDest);
+  const bool cpf = Filled(rec, kCpfDest);
+  const bool id = Filled(rec, kIdDest);
+  Msg m;
+  if (cnpj && cpf) run.Report(rec, kCpfDest, kErro, m(t.cnpj_e_cpf, n_cnpj, n_cpf));
+  if (cnpj && id) run.Report(rec, kIdDest, kErro, m(t.cnpj_e_id, n_cnpj, n_id));
+  if (!cnpj && cpf && id) run.Report(rec, kIdDest, kErro, m(t.cpf_e_id, n_cpf, n_id));
+  if (!cnpj && !cpf && id) {
+    // The length limit is checked only when the identification stands alone.
+    const int32_t size = rec.def(kIdDest).size;
+    const int32_t length = static_cast<int32_t>(Text(rec, kIdDest).size());
+    if (length > size)
+      run.Report(rec, kIdDest, kErro,
+                 t.numerados ? m(t.id_longo, n_id, length, size) : m(t.id_longo, length, size));
+  }
+  if (!cnpj && !cpf && !id) run.Report(rec, kCnpjDest, kErro, m(t.faltou, n_cnpj, n_cpf, n_id));
+}
+
 }  // namespace
 
 void ValidarRegistro_1120(Run& run, Record& rec, int prev_type, int src_line) {
@@ -74,43 +128,7 @@ void ValidarRegistro_1120(Run& run, Record& rec, int prev_type, int src_line) {
   if (UfDestinoRecusada(run, rec)) ReportarUfDestino(run, rec, "1120");
 
   // 2. One recipient: a CNPJ, a CPF, or an identification for neither.
-  const bool cnpj = Filled(rec, kCnpjDest);
-  const bool cpf = Filled(rec, kCpfDest);
-  const bool id = Filled(rec, kIdDest);
-  if (cnpj && cpf) {
-    run.Report(rec, kCpfDest, kErro,
-               m("Já está preenchido o campo %02d - CNPJ_DEST então não pode preencher o campo "
-                 "%02d - CPF_DEST."_l1,
-                 4, 5));
-  }
-  if (cnpj && id) {
-    run.Report(rec, kIdDest, kErro,
-               m("Já está preenchido o campo %02d - CNPJ_DEST então não pode preencher o campo "
-                 "%02d - ID_DEST."_l1,
-                 4, 6));
-  }
-  if (!cnpj && cpf && id) {
-    run.Report(rec, kIdDest, kErro,
-               m("Já está preenchido o campo %02d - CPF_DEST então não pode preencher o campo "
-                 "%02d - ID_DEST."_l1,
-                 5, 6));
-  }
-  if (!cnpj && !cpf && id) {
-    const int32_t size = rec.def(kIdDest).size;
-    const int32_t length = static_cast<int32_t>(Text(rec, kIdDest).size());
-    if (length > size) {
-      run.Report(rec, kIdDest, kErro,
-                 m("O campo %02d - ID_DEST tem %d posições mas deveria ter no máximo %d "
-                   "posições."_l1,
-                   6, length, size));
-    }
-  }
-  if (!cnpj && !cpf && !id) {
-    run.Report(rec, kCnpjDest, kErro,
-               m("Faltou preencher o campo %02d - CNPJ_DEST ou %02d - CPF_DEST ou %02d - "
-                 "ID_DEST."_l1,
-                 4, 5, 6));
-  }
+  VerificarDestinatario(run, rec, kTextos1120);
 
   // 3. A destination shows that the day's transactions went through an
   // acquirer: the parent 1110 should have named it. Recorded at the 1110.
@@ -129,40 +147,12 @@ void ValidarRegistro_1220(Run& run, Record& rec, int prev_type, int src_line) {
   b1::LogEntrada(run, "  ", "1220", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   Block1State& b = run.block1;
-  Msg m;
 
   if (b.current_client != nullptr) b.current_client->has_1220 = true;
 
   if (UfDestinoRecusada(run, rec)) ReportarUfDestino(run, rec, "1220");
 
-  const bool cnpj = Filled(rec, kCnpjDest);
-  const bool cpf = Filled(rec, kCpfDest);
-  const bool id = Filled(rec, kIdDest);
-  if (cnpj && cpf) {
-    run.Report(
-        rec, kCpfDest, kErro,
-        "Já está preenchido o campo CNPJ_DEST então não pode preencher o campo CPF_DEST."_l1);
-  }
-  if (cnpj && id) {
-    run.Report(rec, kIdDest, kErro,
-               "Já está preenchido o campo CNPJ_DEST então não pode preencher o campo ID_DEST."_l1);
-  }
-  if (!cnpj && cpf && id) {
-    run.Report(rec, kIdDest, kErro,
-               "Já está preenchido o campo CPF_DEST então não pode preencher o campo ID_DEST."_l1);
-  }
-  if (!cnpj && !cpf && id) {
-    const int32_t size = rec.def(kIdDest).size;
-    const int32_t length = static_cast<int32_t>(Text(rec, kIdDest).size());
-    if (length > size) {
-      run.Report(rec, kIdDest, kErro,
-                 m("O campo ID_DEST tem %d posições mas deveria ter no máximo %d posições."_l1,
-                   length, size));
-    }
-  }
-  if (!cnpj && !cpf && !id) {
-    run.Report(rec, kCnpjDest, kErro, "Faltou preencher o campo CNPJ_DEST ou CPF_DEST ou ID_DEST.");
-  }
+  VerificarDestinatario(run, rec, kTextos1220);
 }
 
 }  // namespace volp
