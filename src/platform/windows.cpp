@@ -67,20 +67,6 @@ int64_t NowNs() {
   return (c.QuadPart / freq) * 1000000000 + (c.QuadPart % freq) * 1000000000 / freq;
 }
 
-namespace {
-double TickPeriod() {
-  static const double period = [] {
-    int64_t n0 = NowNs();
-    uint64_t t0 = __rdtsc();
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    int64_t n1 = NowNs();
-    uint64_t t1 = __rdtsc();
-    return t1 > t0 ? static_cast<double>(n1 - n0) / static_cast<double>(t1 - t0) : 1.0;
-  }();
-  return period;
-}
-}  // namespace
-int64_t TicksToNs(uint64_t ticks) { return static_cast<int64_t>(ticks * TickPeriod()); }
 
 LocalTime Local(std::time_t t) {
   struct tm tm {};
