@@ -78,7 +78,7 @@ TEST(Splitter, AgreesWithAPlainSplitOnRandomLines) {
   const char alphabet[] = {'a', '1', '|', '|', ',', ' ', '\x01', '\x85', '\x7F', '\xE9'};
   for (int round = 0; round < 3000; ++round) {
     std::string body = "|1115|";
-    const size_t len = next() % 70;
+    const size_t len = next() % (round % 8 == 0 ? 700 : 70);  // some past 255 bytes
     for (size_t i = 0; i < len; ++i) body += alphabet[next() % sizeof alphabet];
     body += '|';
     test::RunFixture fx;

@@ -132,6 +132,43 @@ inline void SetField(Field& f, std::string_view text, size_t column, int32_t len
   f.valid = valid;
 }
 
+// Token 1: the record type, looked up in the table (the previous record's
+// type first). Returns the row, or -1 after reporting an unknown type.
+int TakeType(Run& run, Record& rec, std::string_view tok, size_t pos, int hint) {
+  const std::string_view code = tok.substr(0, 99);
+  const int idx = FindRecordType(code, hint);
+  if (idx < 0) {
+    Msg m;
+    FieldRef ref{"", static_cast<int32_t>(pos + 1), code, static_cast<int32_t>(tok.size())};
+    SalvarErroArquivo(
+        run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, code, 1, &ref, kErro,
+        m("O registro %.*s é de tipo inválido."_l1, static_cast<int>(code.size()), code.data()));
+    return -1;
+  }
+  rec.type = &kRecordTypes[idx];
+  rec.type_index = idx;
+  SetField(rec.fields[0], tok, pos + 1, static_cast<int32_t>(tok.size()), true);
+  rec.found = 1;
+  return idx;
+}
+
+// One field more than the layout: reported on the rest of the line from
+// token k (at `pos`), which is ignored from there on.
+void TooManyFields(Run& run, Record& rec, std::string_view line, size_t pos, int k) {
+  const Field& last = rec.fields[rec.type->field_count - 1];
+  FieldRef ref{"", last.column + last.length, line.substr(pos),
+               static_cast<int32_t>(line.size() - pos)};
+  SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, rec.type_index,
+                    rec.type->code, k, &ref, kErro, "Número de campos excedido no registro."_l1);
+}
+
+// Fields the line did not have become empty (length 1, at the column before
+// the final token); the field analysis reports the required ones.
+void PadFields(Record& rec, size_t final_pos) {
+  for (int i = rec.found; i < rec.type->field_count; ++i)
+    SetField(rec.fields[i], {}, final_pos - 1, 1, false);
+}
+
 }  // namespace
 
 int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
@@ -152,6 +189,33 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
   // pipe is lost). Empty fields are kept.
   const char* const base = line.data();
   const size_t n = line.size();
+
+  if (n < 255 && !scan.more) {
+    // The usual line: no token can reach 255 characters and every pipe is
+    // known, so the tokens are read straight off the pipe positions.
+    const int count = scan.count;
+    if (count == 0) return -1;  // no type at all
+    const size_t type_pos = scan.bars[0] + 1u;
+    const size_t type_end = count > 1 ? scan.bars[1] : n;
+    const int idx = TakeType(run, rec, std::string_view(base + type_pos, type_end - type_pos),
+                             type_pos, previous_type);
+    if (idx < 0) return -1;
+    const int fields = rec.type->field_count;
+    for (int k = 2; k < count; ++k) {
+      const size_t pos = scan.bars[k - 1] + 1u;
+      if (rec.found >= fields) {
+        TooManyFields(run, rec, line, pos, k);
+        return idx;
+      }
+      SetField(rec.fields[rec.found++], std::string_view(base + pos, scan.bars[k] - pos), pos + 1,
+               static_cast<int32_t>(scan.bars[k] - pos), false);
+    }
+    PadFields(rec, scan.bars[count - 1] + 1u);
+    return idx;
+  }
+
+  // The general walk, token by token: long tokens are reported as they come,
+  // and pipes beyond those the scan kept are found as needed.
   size_t pos = 0;
   for (int k = 0;; ++k) {
     size_t end = n;
@@ -160,7 +224,6 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
       end = scan.bars[k];
       final = false;
     } else if (scan.more) {
-      // Beyond the pipes the scan kept (a line of dozens of empty fields).
       const char* bar =
           pos < n ? static_cast<const char*>(std::memchr(base + pos, '|', n - pos)) : nullptr;
       if (bar != nullptr) {
@@ -171,35 +234,14 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
     const std::string_view tok(base + pos, end - pos);
 
     if (tok.size() + 1 > 255)
-      SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, {}, k,
-                        nullptr, kErro, "Campo com tamanho maior que 255.");
+      SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, {}, k, nullptr,
+                        kErro, "Campo com tamanho maior que 255.");
 
     if (k == 1) {
-      const std::string_view code = tok.substr(0, 99);
-      const int idx = FindRecordType(code, previous_type);
-      if (idx < 0) {
-        Msg m;
-        FieldRef ref{"", static_cast<int32_t>(pos + 1), code, static_cast<int32_t>(tok.size())};
-        SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, code, 1,
-                          &ref, kErro,
-                          m("O registro %.*s é de tipo inválido."_l1,
-                            static_cast<int>(code.size()), code.data()));
-        return -1;
-      }
-      rec.type = &kRecordTypes[idx];
-      rec.type_index = idx;
-      SetField(rec.fields[0], tok, pos + 1, static_cast<int32_t>(tok.size()), true);
-      rec.found = 1;
+      if (TakeType(run, rec, tok, pos, previous_type) < 0) return -1;
     } else if (k > 1 && !final) {
       if (rec.found >= rec.type->field_count) {
-        // One field too many: reported on the rest of the line, which is
-        // ignored from here on.
-        const Field& last = rec.fields[rec.type->field_count - 1];
-        FieldRef ref{"", last.column + last.length, line.substr(pos),
-                     static_cast<int32_t>(n - pos)};
-        SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, rec.type_index,
-                          rec.type->code, k, &ref, kErro,
-                          "Número de campos excedido no registro."_l1);
+        TooManyFields(run, rec, line, pos, k);
         return rec.type_index;
       }
       SetField(rec.fields[rec.found++], tok, pos + 1, static_cast<int32_t>(tok.size()), false);
@@ -207,10 +249,7 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
 
     if (final) {
       if (rec.type == nullptr) return -1;  // an empty line, or one with no type
-      // Fields the line did not have become empty; the field analysis
-      // reports the required ones.
-      for (int i = rec.found; i < rec.type->field_count; ++i)
-        SetField(rec.fields[i], {}, pos - 1, 1, false);
+      PadFields(rec, pos);
       return rec.type_index;
     }
     pos = end + 1;
