@@ -359,7 +359,9 @@ void AnalisarCampo(Run& run, Record& rec, int i) {
     } else if (!AllDigits(t)) {
       Reportar(run, rec, i, kErro, "Campo %02d - '%s' deve ser numérico."_l1, num, d.name);
     }
-    if (!f.valid) return;
+    // Digits (and a comma) are neither blanks nor bytes outside Latin-1, and
+    // a number has no fixed length or shape beyond this: nothing is left.
+    return;
   }
   if (d.required == 'S') {
     if (t.find_first_not_of(' ') == std::string_view::npos) {
