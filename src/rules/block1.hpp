@@ -189,7 +189,7 @@ struct Block1State {
   KeyPool r1110_keys;
   KeyPool r1115_keys;
   KeyPool r1200_keys;
-  std::string key;  // scratch where a key is built before the lookup
+  KeyBuffer key;  // scratch where a key is built before the lookup
 
   // Number of 1110 per CNPJ_ADQUI.
   KeyMap<int64_t> adquirentes;

@@ -33,12 +33,6 @@ inline void LogEntrada(Run& run, const char* indent, const char* code, const Rec
   LogValidador(run, indent, code, run.ctx.line, run.ctx.offset, rec, prev_type, src_line);
 }
 
-// Appends one text and the separator to the scratch key.
-inline void KeyAdd(std::string& key, std::string_view part) {
-  key.append(part.data(), part.size());
-  key.push_back('|');
-}
-
 // The finalidade-3 sweep of missing months, run by the 1990 (monthly.cpp).
 void VarrerMeses(Run& run, const Record& rec);
 

@@ -104,10 +104,10 @@ void ValidarRegistro_1200(Run& run, Record& rec, int prev_type, int src_line) {
 
   // 7. The same cancellation twice.
   if (Filled(rec, kCliente) && Filled(rec, kMcapt) && Filled(rec, kDtOp)) {
-    std::string& key = b.key;
-    key.clear();
+    KeyBuffer& key = b.key;
+    key.Clear();
     for (int i : {kIpPar, kCliente, kMcapt, kNsu, kCodAut, kIdTransac, kDtOp}) {
-      b1::KeyAdd(key, Text(rec, i));
+      key.Add(Text(rec, i));
     }
     auto it = b.r1200.find(std::string_view(key));
     if (it != b.r1200.end()) {

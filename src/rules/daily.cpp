@@ -100,13 +100,13 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
 
   // 3. One 1110 per client, indicator, device, day and acquirer.
   if (pai.present && pai.cod_cliente_filled && pai.ind_comex_filled) {
-    std::string& key = b.key;
-    key.clear();
-    b1::KeyAdd(key, pai.cod_cliente);
-    b1::KeyAdd(key, pai.ind_comex);
-    b1::KeyAdd(key, mcapt);
-    b1::KeyAdd(key, dt_op);
-    b1::KeyAdd(key, Text(rec, kAdqui));
+    KeyBuffer& key = b.key;
+    key.Clear();
+    key.Add(pai.cod_cliente);
+    key.Add(pai.ind_comex);
+    key.Add(mcapt);
+    key.Add(dt_op);
+    key.Add(Text(rec, kAdqui));
     auto it = b.r1110.find(std::string_view(key));
     if (it != b.r1110.end()) {
       run.Report(rec, 0, kErro,
@@ -197,11 +197,11 @@ void ValidarRegistro_1115(Run& run, Record& rec, int prev_type, int src_line) {
   if (l1100.present && l1100.cod_cliente_filled && l1100.ind_comex_filled && l1110.present &&
       l1110.cod_mcapt_filled && l1110.dt_op_filled &&
       (Filled(rec, kNsu) || Filled(rec, kCodAut) || Filled(rec, kIdTransac))) {
-    std::string& key = b.key;
-    key.clear();
-    b1::KeyAdd(key, Text(rec, kNsu));
-    b1::KeyAdd(key, Text(rec, kCodAut));
-    b1::KeyAdd(key, Text(rec, kIdTransac));
+    KeyBuffer& key = b.key;
+    key.Clear();
+    key.Add(Text(rec, kNsu));
+    key.Add(Text(rec, kCodAut));
+    key.Add(Text(rec, kIdTransac));
     bool inserted = false;
     auto it = b.r1115.lazy_emplace(std::string_view(key), [&](const auto& ctor) {
       inserted = true;

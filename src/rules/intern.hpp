@@ -97,6 +97,28 @@ struct KeyHash {
   }
 };
 
+// Where a key is put together before a lookup: the texts of a record (and of
+// its parents' slots) each followed by "|", a byte no field can hold, so two
+// different lists of texts never make the same key. A fixed buffer: the
+// widest key joins fields of two lines of at most 9,999 bytes each.
+class KeyBuffer {
+ public:
+  static constexpr size_t kCapacity = 32768;
+  void Clear() { size_ = 0; }
+  void Add(std::string_view part) {
+    const size_t n = part.size() < kCapacity - 1 - size_ ? part.size() : kCapacity - 1 - size_;
+    std::memcpy(bytes_.get() + size_, part.data(), n);
+    size_ += n;
+    bytes_[size_++] = '|';
+  }
+  std::string_view view() const { return {bytes_.get(), size_}; }
+  operator std::string_view() const { return view(); }
+
+ private:
+  std::unique_ptr<char[]> bytes_{new char[kCapacity]};
+  size_t size_ = 0;
+};
+
 // Maps and sets keyed by texts (interned in an Arena, or views of the record
 // for a lookup).
 template <typename V>

@@ -326,9 +326,9 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
   // 8. The same client, indicators and period twice.
   if (Filled(rec, kCliente) && Filled(rec, kComex) && Filled(rec, kExtemp) && Filled(rec, kDtIni) &&
       Filled(rec, kDtFin)) {
-    std::string& key = b.key;
-    key.clear();
-    for (int i = kIpPar; i <= kDtFin; ++i) b1::KeyAdd(key, Text(rec, i));
+    KeyBuffer& key = b.key;
+    key.Clear();
+    for (int i = kIpPar; i <= kDtFin; ++i) key.Add(Text(rec, i));
     auto it = b.r1100.find(std::string_view(key));
     if (it != b.r1100.end()) {
       run.Report(rec, 0, kErro,
