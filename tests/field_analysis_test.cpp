@@ -94,6 +94,10 @@ TEST(FieldAnalysis, TypesPresenceAndEncoding) {
        {{5, "O dígito verificador 2 não confere! Tem valor 0 mas deveria ter 1."},
         {5, "Campo 05 - '{}' contém CNPJ '11222333000180' inválido."}}},
       {With(k0005, 3, "0131010A"), {{4, "Campo 04 - '{}' deve ser numérico."}}},
+      // Digits are checked eight at a time: a stray byte just past '9' or
+      // before '0', anywhere in the word or in the tail.
+      {With(k0005, 7, "1198765:4321"), {{8, "Campo 08 - '{}' deve ser numérico."}}},
+      {With(k0005, 7, "11987654/32"), {{8, "Campo 08 - '{}' deve ser numérico."}}},
       {With(k0005, 4, "3550309"),
        {{5,
          "O campo 05 - '{}' contém o código 3550309 não encontrado na tabela do IBGE de "
@@ -118,6 +122,7 @@ TEST(FieldAnalysis, TypesPresenceAndEncoding) {
        {{4, "Campo 04 - '{}' contém CPF '11111111111' inválido."}}},
       {With(k1115, 6, "240000"), {{7, "Campo 07 - '{}' contém hora inválida."}}},
       {With(k1115, 6, "235960"), {{7, "Campo 07 - '{}' contém hora inválida."}}},
+      {With(k1115, 6, "23:590"), {{7, "Campo 07 - '{}' contém hora inválida."}}},
       {"|1120|SP|" + std::string(kChave) + "||||||||", {}},
       {"|1120|SP|" + std::string(kChave, 43) + "||||||||",
        {{3, "O campo 03 - '{}' tem tamanho 43 mas deveria ter 44."}}},

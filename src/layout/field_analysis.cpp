@@ -15,6 +15,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "layout/identifiers.hpp"
@@ -42,9 +43,20 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
 bool IsAlpha(char c) { return IsUpper(c) || (c >= 'a' && c <= 'z'); }
 
+// Eight bytes at a time: a byte is a digit when adding 0x46 does not carry
+// it past 0x7F and subtracting 0x30 does not borrow below 0.
 bool AllDigits(std::string_view s) {
-  for (char c : s) {
-    if (!IsDigit(c)) return false;
+  const char* p = s.data();
+  size_t n = s.size();
+  constexpr uint64_t kHigh = 0x8080808080808080ULL;
+  for (; n >= 8; p += 8, n -= 8) {
+    uint64_t w;
+    std::memcpy(&w, p, 8);
+    if (((w | (w + 0x4646464646464646ULL) | (w - 0x3030303030303030ULL)) & kHigh) != 0)
+      return false;
+  }
+  for (; n > 0; ++p, --n) {
+    if (!IsDigit(*p)) return false;
   }
   return true;
 }
@@ -125,8 +137,9 @@ bool DataValida(std::string_view s) {
 
 // HHMMSS within one day.
 bool HoraValida(std::string_view s) {
-  return s.size() == 6 && AllDigits(s) && Num(s, 0, 2) <= 23 && Num(s, 2, 2) <= 59 &&
-         Num(s, 4, 2) <= 59;
+  return s.size() == 6 && IsDigit(s[0]) && IsDigit(s[1]) && IsDigit(s[2]) && IsDigit(s[3]) &&
+         IsDigit(s[4]) && IsDigit(s[5]) && (s[0] - '0') * 10 + (s[1] - '0') <= 23 && s[2] <= '5' &&
+         s[4] <= '5';
 }
 
 // The 44-digit access key of an electronic fiscal document ends with a
