@@ -45,7 +45,7 @@ struct Finding {
   int32_t length = 0;
   std::string field_name;
   std::string message;
-  int32_t severity = 2;      // 1 "Advertência", 2 and 3 "Rejeição"
+  int32_t severity = 2;  // 1 "Advertência", 2 and 3 "Rejeição"
 };
 
 struct TypeSummary {

@@ -10,7 +10,6 @@
 
 #include "platform/platform.hpp"
 
-
 namespace volp::platform {
 
 char Separator() { return '/'; }
@@ -94,7 +93,6 @@ int64_t NowNs() {
              std::chrono::steady_clock::now().time_since_epoch())
       .count();
 }
-
 
 LocalTime Local(std::time_t t) {
   struct tm tm {};

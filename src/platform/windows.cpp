@@ -67,7 +67,6 @@ int64_t NowNs() {
   return (c.QuadPart / freq) * 1000000000 + (c.QuadPart % freq) * 1000000000 / freq;
 }
 
-
 LocalTime Local(std::time_t t) {
   struct tm tm {};
   localtime_s(&tm, &t);

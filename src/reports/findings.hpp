@@ -8,24 +8,23 @@
 #include <vector>
 
 #include "layout/tables.hpp"
-#include "volp/validator.hpp"
 #include "validation/record.hpp"
+#include "volp/validator.hpp"
 
 namespace volp {
 
 enum Severity : int32_t {
-  kAdvertencia = 1,  // warning, printed "Advertência"
-  kErro = 2,         // error, printed "Rejeição"
+  kAdvertencia = 1,      // warning, printed "Advertência"
+  kErro = 2,             // error, printed "Rejeição"
   kErroRejeitaTipo = 3,  // counted as an error, rejects the type once; printed "Rejeição"
 };
 
-
 struct TypeCounters {
-  int64_t count = 0;     // records of this type read
+  int64_t count = 0;  // records of this type read
   int64_t warnings = 0;
   int64_t errors = 0;
-  int64_t rejected = 0;  // records of this type with at least one error
-  int64_t time_us = 0;   // handling time
+  int64_t rejected = 0;     // records of this type with at least one error
+  int64_t time_us = 0;      // handling time
   uint64_t time_ticks = 0;  // (raw clock ticks behind time_us)
 };
 

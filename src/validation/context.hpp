@@ -29,10 +29,10 @@ struct ProcessState {
   int64_t known_records = 0;
   int64_t unknown_records = 0;
   bool stop = false;
-  int64_t read_us = 0;     // Leitura
-  int64_t scan_us = 0;     // Varredura
-  int64_t report_us = 0;   // GravacaoValidacao
-  int64_t summary_us = 0;  // GravacaoRCAD
+  int64_t read_us = 0;      // Leitura
+  int64_t scan_us = 0;      // Varredura
+  int64_t report_us = 0;    // GravacaoValidacao
+  int64_t summary_us = 0;   // GravacaoRCAD
   uint64_t read_ticks = 0;  // (raw clock ticks behind read_us and scan_us)
   uint64_t scan_ticks = 0;
   bool versions_loaded = false;
