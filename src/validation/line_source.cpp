@@ -38,12 +38,10 @@ bool Sha256::Final(std::string* hex) {
 LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks)
     : file_(file), hash_(hash), read_ticks_(read_ticks) {
   for (Slot& s : slots_) s.buf.reset(new char[kCarry + kBlock]);
-  if (hash_ != nullptr) {
-    try {
-      thread_ = std::thread([this] { HashLoop(); });
-    } catch (...) {
-      // No second thread: blocks are hashed inline when released.
-    }
+  try {
+    thread_ = std::thread([this] { Work(); });
+  } catch (...) {
+    // No second thread: blocks are read and hashed on this one.
   }
 }
 
@@ -77,69 +75,89 @@ bool LineSource::Next(std::string_view* line) {
   }
 }
 
-void LineSource::Refill() {
-  const uint64_t start = platform::Ticks();
-  const int next = (cur_ + 1) % kSlots;
-  Slot& s = slots_[next];
-  {
-    std::unique_lock<std::mutex> lock(mu_);
-    cv_.wait(lock, [&] { return !s.busy; });
-  }
-  // Carry the start of a cut line over to the new block.
-  const size_t carry = static_cast<size_t>(end_ - pos_);
+void LineSource::Fill(int64_t block) {
+  Slot& s = slots_[block % kSlots];
   char* fresh = s.buf.get() + kCarry;
-  if (carry > 0) std::memmove(fresh - carry, pos_, carry);
-  if (cur_ >= 0) Release(cur_);
-
   size_t got = 0;
+  bool failed = false;
   while (got < kBlock) {
-    int64_t r = file_.Read(fresh + got, static_cast<int64_t>(kBlock - got));
+    const int64_t r = file_.Read(fresh + got, static_cast<int64_t>(kBlock - got));
     if (r < 0) {
-      read_failed_ = true;
+      failed = true;
       break;
     }
     if (r == 0) break;
     got += static_cast<size_t>(r);
   }
-  if (got < kBlock) eof_ = true;
   s.fresh_offset = next_offset_;
   s.fresh_len = got;
+  s.last = got < kBlock;
   next_offset_ += static_cast<int64_t>(got);
-  cur_ = next;
+  if (failed) read_failed_ = true;
+}
+
+void LineSource::Refill() {
+  const uint64_t start = platform::Ticks();
+  const int64_t next = current_ + 1;
+  if (!thread_.joinable()) {
+    Fill(next);
+  } else {
+    std::unique_lock<std::mutex> lock(mu_);
+    cv_.wait(lock, [&] { return filled_ > next; });
+  }
+  Slot& s = slots_[next % kSlots];
+  // Carry the start of a cut line over to the new block, then let the old
+  // one go to the digest.
+  const size_t carry = static_cast<size_t>(end_ - pos_);
+  char* fresh = s.buf.get() + kCarry;
+  if (carry > 0) std::memmove(fresh - carry, pos_, carry);
+  if (current_ >= 0) {
+    if (!thread_.joinable()) {
+      const Slot& old = slots_[current_ % kSlots];
+      if (hash_ != nullptr && !hash_->Update(old.buf.get() + kCarry, old.fresh_len))
+        hash_failed_ = true;
+    } else {
+      std::lock_guard<std::mutex> lock(mu_);
+      released_ = current_ + 1;
+      cv_.notify_all();
+    }
+  }
+  current_ = next;
   pos_ = fresh - carry;
-  end_ = fresh + got;
+  end_ = fresh + s.fresh_len;
+  eof_ = s.last;
   if (read_ticks_ != nullptr) *read_ticks_ += platform::Ticks() - start;
 }
 
-void LineSource::Release(int slot) {
-  if (hash_ == nullptr) return;
-  Slot& s = slots_[slot];
-  if (!thread_.joinable()) {
-    if (!hash_->Update(s.buf.get() + kCarry, s.fresh_len)) hash_failed_ = true;
-    return;
-  }
-  std::lock_guard<std::mutex> lock(mu_);
-  s.busy = true;
-  queue_[q_tail_] = slot;
-  q_tail_ = (q_tail_ + 1) % (kSlots + 1);
-  cv_.notify_all();
-}
-
-void LineSource::HashLoop() {
+void LineSource::Work() {
   std::unique_lock<std::mutex> lock(mu_);
   for (;;) {
-    cv_.wait(lock, [&] { return q_head_ != q_tail_ || stopping_; });
-    if (q_head_ == q_tail_) return;  // stopping with nothing left
-    const int slot = queue_[q_head_];
-    q_head_ = (q_head_ + 1) % (kSlots + 1);
-    Slot& s = slots_[slot];
-    const bool skip = abandon_;
-    lock.unlock();
-    bool ok = skip || hash_->Update(s.buf.get() + kCarry, s.fresh_len);
-    lock.lock();
-    if (!ok) hash_failed_ = true;
-    s.busy = false;
-    cv_.notify_all();
+    if (hashed_ < released_) {
+      // The digest first: it frees the slot for reading ahead.
+      const Slot& s = slots_[hashed_ % kSlots];
+      const bool skip = abandon_ || hash_ == nullptr;
+      lock.unlock();
+      const bool ok = skip || hash_->Update(s.buf.get() + kCarry, s.fresh_len);
+      lock.lock();
+      if (!ok) hash_failed_ = true;
+      ++hashed_;
+      cv_.notify_all();
+      continue;
+    }
+    if (!reading_done_ && !stopping_ && filled_ - hashed_ < kSlots - 1) {
+      // Read ahead into a slot whose block is hashed (and so no longer in
+      // the validation's hands: one slot is always the block in hand).
+      const int64_t block = filled_;
+      lock.unlock();
+      Fill(block);
+      lock.lock();
+      reading_done_ = slots_[block % kSlots].last;
+      ++filled_;
+      cv_.notify_all();
+      continue;
+    }
+    if (stopping_) return;
+    cv_.wait(lock);
   }
 }
 
@@ -154,13 +172,13 @@ bool LineSource::FinishHash(int64_t upto, bool finish) {
     thread_.join();
   }
   if (!finish || hash_ == nullptr) return true;
-  if (cur_ >= 0) {
+  if (current_ >= 0) {
     // The block in hand was never released: hash it up to the last line taken.
-    const Slot& s = slots_[cur_];
+    const Slot& s = slots_[current_ % kSlots];
     const int64_t n =
         std::clamp<int64_t>(upto - s.fresh_offset, 0, static_cast<int64_t>(s.fresh_len));
     if (!hash_->Update(s.buf.get() + kCarry, static_cast<size_t>(n))) hash_failed_ = true;
-    cur_ = -1;
+    current_ = -1;
   }
   return !hash_failed_;
 }

@@ -1,8 +1,9 @@
 // The declaration file read once, in large blocks, as lines of at most 9,999
-// bytes (a longer line comes in 9,999-byte pieces). Each block is handed to a
-// second thread that feeds SHA-256 while the first validates, so the digest
-// costs almost nothing on a two-core machine. A line is a view into a block
-// and stays valid until the next call.
+// bytes (a longer line comes in 9,999-byte pieces). A second thread reads the
+// blocks ahead and feeds SHA-256 with each block the validation is done with,
+// so on a two-core machine neither the reading nor the digest stands in the
+// validation's way. A line is a view into a block and stays valid until the
+// next call.
 #pragma once
 
 #include <condition_variable>
@@ -53,36 +54,39 @@ class LineSource {
  private:
   static constexpr size_t kCarry = 10000;    // room for the start of a cut line
   static constexpr size_t kBlock = 4 << 20;  // bytes read at a time
-  static constexpr int kSlots = 4;
+  static constexpr int kSlots = 6;
 
+  // Blocks are numbered from 0 in file order; block b lives in slot b % kSlots.
   struct Slot {
     std::unique_ptr<char[]> buf;
     int64_t fresh_offset = 0;  // file offset of buf[kCarry]
     size_t fresh_len = 0;      // bytes read into buf + kCarry
-    bool busy = false;         // queued for (or being) hashed
+    bool last = false;         // the file (or the reading) ended in this block
   };
 
   void Refill();
-  void Release(int slot);
-  void HashLoop();
+  void Fill(int64_t block);  // reads the block's fresh bytes
+  void Work();               // the second thread: read ahead, hash what was released
 
   platform::InputFile& file_;
   Sha256* hash_;
   uint64_t* read_ticks_;
   Slot slots_[kSlots];
-  int cur_ = -1;
+  int64_t current_ = -1;  // block in hand
   const char* pos_ = nullptr;
   const char* end_ = nullptr;
-  int64_t next_offset_ = 0;
   bool eof_ = false;
   bool read_failed_ = false;
 
-  // Hashing thread.
+  // Shared with the second thread, under mu_.
   std::thread thread_;
   std::mutex mu_;
   std::condition_variable cv_;
-  int queue_[kSlots + 1];
-  int q_head_ = 0, q_tail_ = 0;
+  int64_t filled_ = 0;    // blocks read
+  int64_t released_ = 0;  // blocks the validation is done with
+  int64_t hashed_ = 0;    // blocks fed to the digest
+  int64_t next_offset_ = 0;  // file offset of the next block to read
+  bool reading_done_ = false;
   bool stopping_ = false;
   bool abandon_ = false;
   bool hash_failed_ = false;
