@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+#include "volp/volp.h"  // VOLP_API
+
 namespace volp {
 
 struct Options {
@@ -78,8 +80,8 @@ struct Result {
   bool valid() const { return completed && errors == 0; }
 };
 
-Result Validate(const std::string& path, const Options& options = {});
+VOLP_API Result Validate(const std::string& path, const Options& options = {});
 
-std::string Latin1ToUtf8(std::string_view latin1);
+VOLP_API std::string Latin1ToUtf8(std::string_view latin1);
 
 }  // namespace volp

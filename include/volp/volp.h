@@ -21,7 +21,9 @@
 #ifndef VOLP_VOLP_H
 #define VOLP_VOLP_H
 
-#if defined(_WIN32)
+#if defined(VOLP_STATIC)
+#define VOLP_API
+#elif defined(_WIN32)
 #if defined(VOLP_BUILDING)
 #define VOLP_API __declspec(dllexport)
 #else
