@@ -55,10 +55,6 @@ int CodeValue(std::string_view text) {
   return v;
 }
 
-void TraceCall(Run& run, const char* type, const Record& rec, int prev_type, int src_line) {
-  LogValidador(run, "  ", type, run.ctx.offset, run.ctx.line, rec, prev_type, src_line);
-}
-
 // Looks `key` up in a registry and adds it when it is new. `make(interned)`
 // builds the entry; the key is copied into the arena only when it is added.
 // Returns the entry (the first one's, for a duplicate) and whether it is new.
@@ -107,14 +103,10 @@ void ReportDuplicateNoKey(Run& run, Record& rec, int field, const char* fmt,
 
 int Printed(int row) { return row + 1; }
 
-std::string_view Text(const Record& rec, int row) { return rec.fields[row].text; }
-
-int Len(std::string_view s) { return static_cast<int>(s.size()); }
-
 }  // namespace
 
 void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
-  TraceCall(run, "0100", rec, prev_type, src_line);
+  LogValidador(run, "0100", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
   Msg m;
@@ -202,7 +194,7 @@ void ValidarRegistro_0105(Run& run, Record& rec, int prev_type, int src_line) {
 }
 
 void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
-  TraceCall(run, "0200", rec, prev_type, src_line);
+  LogValidador(run, "0200", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
   Msg m;
@@ -278,7 +270,7 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
 }
 
 void ValidarRegistro_0300(Run& run, Record& rec, int prev_type, int src_line) {
-  TraceCall(run, "0300", rec, prev_type, src_line);
+  LogValidador(run, "0300", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
 
@@ -303,7 +295,7 @@ void ValidarRegistro_0300(Run& run, Record& rec, int prev_type, int src_line) {
 }
 
 void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
-  TraceCall(run, "0600", rec, prev_type, src_line);
+  LogValidador(run, "0600", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
   Msg m;

@@ -36,7 +36,7 @@ inline void LogEntrada(Run& run, const char* indent, const char* code, const Rec
 // The finalidade-3 sweep of missing months, run by the 1990 (monthly.cpp).
 void VarrerMeses(Run& run, const Record& rec);
 
-inline std::string_view Text(const Record& rec, int i) { return rec.fields[i].text; }
+using volp::Text;
 inline bool Filled(const Record& rec, int i) { return rec.fields[i].filled; }
 
 }  // namespace volp::b1

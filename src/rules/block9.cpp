@@ -22,10 +22,6 @@ constexpr int kQtd = 1;        // QTD_LIN_0, QTD_LIN_9, QTD_LIN (field 02)
 constexpr int kRegBlc = 1;     // 9900 REG_BLC (field 02)
 constexpr int kQtdRegBlc = 2;  // 9900 QTD_REG_BLC (field 03)
 
-void TraceCall(Run& run, const char* type, const Record& rec, int prev_type, int src_line) {
-  LogValidador(run, "  ", type, run.ctx.offset, run.ctx.line, rec, prev_type, src_line);
-}
-
 // The record supplied the field (it may still be empty).
 bool Present(const Record& rec, int row) { return row < rec.found; }
 
@@ -54,12 +50,12 @@ void ValidarRegistro_0990(Run& run, Record& rec, int prev_type, int src_line) {
 }
 
 void ValidarRegistro_9001(Run& run, Record& rec, int prev_type, int src_line) {
-  TraceCall(run, "9001", rec, prev_type, src_line);
+  LogValidador(run, "9001", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
 }
 
 void ValidarRegistro_9900(Run& run, Record& rec, int prev_type, int src_line) {
-  TraceCall(run, "9900", rec, prev_type, src_line);
+  LogValidador(run, "9900", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   if (!Present(rec, kRegBlc)) return;
 
@@ -94,7 +90,7 @@ void ValidarRegistro_9900(Run& run, Record& rec, int prev_type, int src_line) {
 }
 
 void ValidarRegistro_9990(Run& run, Record& rec, int prev_type, int src_line) {
-  TraceCall(run, "9990", rec, prev_type, src_line);
+  LogValidador(run, "9990", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   Block9State& st = run.block9;
   st.seen_9990 = true;
@@ -110,7 +106,7 @@ void ValidarRegistro_9990(Run& run, Record& rec, int prev_type, int src_line) {
 }
 
 void ValidarRegistro_9999(Run& run, Record& rec, int prev_type, int src_line) {
-  TraceCall(run, "9999", rec, prev_type, src_line);
+  LogValidador(run, "9999", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   Msg m;
 

@@ -31,4 +31,8 @@ void LogValidador(Run& run, const char* indent, const char* code, int64_t a, int
       Addr(&run.ctx), prev_type, src_line);
 }
 
+void LogValidador(Run& run, const char* code, const Record& rec, int prev_type, int src_line) {
+  LogValidador(run, "  ", code, run.ctx.offset, run.ctx.line, rec, prev_type, src_line);
+}
+
 }  // namespace volp

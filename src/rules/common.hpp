@@ -5,10 +5,11 @@
 #include <cstdint>
 #include <string_view>
 
+#include "validation/record.hpp"
+
 namespace volp {
 
 struct Run;
-struct Record;
 
 // A number as the C library's decimal conversion reads it: leading blanks, an
 // optional sign, then digits up to the first other byte; 0 when there are
@@ -38,5 +39,11 @@ inline unsigned Addr(const void* p) {
 // the others their position first: the caller passes them in its order.
 void LogValidador(Run& run, const char* indent, const char* code, int64_t a, int64_t b,
                   const Record& rec, int prev_type, int src_line);
+// The same for the records of blocks 0 and 9: two blanks, position first.
+void LogValidador(Run& run, const char* code, const Record& rec, int prev_type, int src_line);
+
+// A field's text, and a length as printf's "%.*s" takes it.
+inline std::string_view Text(const Record& rec, int row) { return rec.fields[row].text; }
+inline int Len(std::string_view s) { return static_cast<int>(s.size()); }
 
 }  // namespace volp

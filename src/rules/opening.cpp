@@ -31,12 +31,6 @@ constexpr int kRowCodVer = 1, kRowCodFin = 2, kRowUfFisco = 3, kRowCnpj = 4, kRo
 constexpr int kRowEndereco = 2, kRowCep = 3, kRowCodMun = 4, kRowUf = 5, kRowNomeResp = 6,
               kRowFone = 7, kRowEmail = 8;
 
-int Len(std::string_view s) { return static_cast<int>(s.size()); }
-
-void Trace(Run& run, const char* type, const Record& rec, int prev_type, int src_line) {
-  LogValidador(run, "  ", type, run.ctx.offset, run.ctx.line, rec, prev_type, src_line);
-}
-
 void Keep(std::string& to, const Field& f) {
   if (f.filled) to.assign(f.text);
 }
@@ -89,7 +83,7 @@ void RegrasDoPeriodo(Run& run, Record& rec, int fin) {
 }  // namespace
 
 void ValidarRegistro_0000(Run& run, Record& rec, int prev_type, int src_line) {
-  Trace(run, "0000", rec, prev_type, src_line);
+  LogValidador(run, "0000", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   ValidationContext& ctx = run.ctx;
   Msg m;
@@ -148,12 +142,12 @@ void ValidarRegistro_0000(Run& run, Record& rec, int prev_type, int src_line) {
 }
 
 void ValidarRegistro_0001(Run& run, Record& rec, int prev_type, int src_line) {
-  Trace(run, "0001", rec, prev_type, src_line);
+  LogValidador(run, "0001", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
 }
 
 void ValidarRegistro_0005(Run& run, Record& rec, int prev_type, int src_line) {
-  Trace(run, "0005", rec, prev_type, src_line);
+  LogValidador(run, "0005", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   ValidationContext& ctx = run.ctx;
 

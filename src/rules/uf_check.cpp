@@ -7,12 +7,11 @@
 
 #include "layout/identifiers.hpp"
 #include "layout/latin1.hpp"
+#include "rules/common.hpp"
 #include "validation/context.hpp"
 
 namespace volp {
 namespace {
-
-int Len(std::string_view s) { return static_cast<int>(s.size()); }
 
 void ReportOtherUf(Run& run, Record& rec, int index, const UfDef& found, int uf_index) {
   const Field& f = rec.fields[index];
