@@ -208,6 +208,10 @@ class Gen {
     out_.U(static_cast<uint64_t>(v));
   }
 
+  // The count a closing record states (0990's lines of block 0, 9999's of the
+  // file), one too many when its fault falls there.
+  void StatedCount(const char* type, int kind, int64_t count, const char* where);
+
   // Faults.
   int Pick(Cursor& c, uint32_t kinds, int64_t line);
   void Expect(int fault, int64_t line, int64_t offset, const char* type, int field, int severity,
@@ -436,6 +440,17 @@ int64_t Gen::Quota(int64_t c) const {
 
 // ---------------------------------------------------------------- records
 
+void Gen::StatedCount(const char* type, int kind, int64_t count, const char* where) {
+  const int f = Pick(cur_, Bit(kind), line_);
+  if (f >= 0) {
+    Expect(f, line_, offset_, type, 2, 2,
+           Format("Informou %s registros no %s mas encontrou %s registros.",
+                  Milhar(count + 1).c_str(), where, Milhar(count).c_str()));
+    ++count;
+  }
+  Num(count);
+}
+
 void Gen::Begin(int type) {
   type_ = type;
   ++line_;
@@ -628,15 +643,7 @@ void Gen::Block0() {
   }
 
   Begin(T0990);
-  int64_t count = block_[0] + 1;
-  const int f = Pick(cur_, Bit(kQtd0990), line_);
-  if (f >= 0) {
-    Expect(f, line_, offset_, "0990", 2, 2,
-           Format("Informou %s registros no Bloco 0 mas encontrou %s registros.",
-                  Milhar(count + 1).c_str(), Milhar(count).c_str()));
-    ++count;
-  }
-  Num(count);
+  StatedCount("0990", kQtd0990, block_[0] + 1, "Bloco 0");
   End();
 }
 
@@ -1324,15 +1331,7 @@ void Gen::Block9() {
            Format("Deveria ter o registro 9999 e não o %s.", "9900"));
   }
   Begin(T9999);
-  int64_t total = line_;
-  const int q = Pick(cur_, Bit(kQtd9999), line_);
-  if (q >= 0) {
-    Expect(q, line_, offset_, "9999", 2, 2,
-           Format("Informou %s registros no arquivo digital mas encontrou %s registros.",
-                  Milhar(total + 1).c_str(), Milhar(total).c_str()));
-    ++total;
-  }
-  Num(total);
+  StatedCount("9999", kQtd9999, line_, "arquivo digital");
   End();
   // Findings of the end check, at the 9999.
   for (int t = 0; t < kTypes; ++t)
