@@ -33,6 +33,18 @@ inline void LogEntrada(Run& run, const char* indent, const char* code, const Rec
   LogValidador(run, indent, code, run.ctx.line, run.ctx.offset, rec, prev_type, src_line);
 }
 
+// A date that must lie within a period: AAAAMMDD texts order as their dates
+// do. Each side has its own message, filled with the bound and the date.
+inline void VerificarPeriodo(Run& run, const Record& rec, int row, const std::string& inicio,
+                             const char* antes, const std::string& fim, const char* depois) {
+  const std::string_view d = rec.fields[row].text;
+  Msg m;
+  if (d < std::string_view(inicio))
+    run.Report(rec, row, kErro, m(antes, inicio.c_str(), Len(d), d.data()));
+  if (d > std::string_view(fim))
+    run.Report(rec, row, kErro, m(depois, fim.c_str(), Len(d), d.data()));
+}
+
 // The finalidade-3 sweep of missing months, run by the 1990 (monthly.cpp).
 void VarrerMeses(Run& run, const Record& rec);
 

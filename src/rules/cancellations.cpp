@@ -120,20 +120,14 @@ void ValidarRegistro_1200(Run& run, Record& rec, int prev_type, int src_line) {
   }
 
   // 8. The cancellation itself happened inside the declared period.
-  const std::string_view dt_canc = Text(rec, kDtCanc);
   if (Filled(rec, kDtCanc) && !ctx.dt_ini.empty() && !ctx.dt_fin.empty()) {
-    if (dt_canc < std::string_view(ctx.dt_ini)) {
-      run.Report(rec, kDtCanc, kErro,
-                 m("No campo DT_CANC a data do cancelamento deve ser igual ou superior a data "
-                   "inicial %s do campo DT_INI no registro 0000 e não: %.*s."_l1,
-                   ctx.dt_ini.c_str(), static_cast<int>(dt_canc.size()), dt_canc.data()));
-    }
-    if (dt_canc > std::string_view(ctx.dt_fin)) {
-      run.Report(rec, kDtCanc, kErro,
-                 m("No campo DT_CANC a data do cancelamento deve ser igual ou inferior a data "
-                   "final %s do campo DT_FIN no registro 0000 e não: %.*s."_l1,
-                   ctx.dt_fin.c_str(), static_cast<int>(dt_canc.size()), dt_canc.data()));
-    }
+    b1::VerificarPeriodo(
+        run, rec, kDtCanc, ctx.dt_ini,
+        "No campo DT_CANC a data do cancelamento deve ser igual ou superior a data inicial %s do "
+        "campo DT_INI no registro 0000 e não: %.*s."_l1,
+        ctx.dt_fin,
+        "No campo DT_CANC a data do cancelamento deve ser igual ou inferior a data final %s do "
+        "campo DT_FIN no registro 0000 e não: %.*s."_l1);
   }
 
   // 9.

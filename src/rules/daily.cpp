@@ -82,20 +82,14 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
   last.tipo_tecn = tipo_tecn;
 
   // 2. The day lies inside the period of its 1100.
-  const std::string_view dt_op = Text(rec, kDtOp);
   if (Filled(rec, kDtOp) && pai.present && pai.dt_ini_filled && pai.dt_fin_filled) {
-    if (dt_op < std::string_view(pai.dt_ini)) {
-      run.Report(rec, kDtOp, kErro,
-                 m("No campo DT_OP a data da operação deve ser igual ou superior a data inicial "
-                   "%s do campo DT_INI no registro 1100 e não: %.*s."_l1,
-                   pai.dt_ini.c_str(), static_cast<int>(dt_op.size()), dt_op.data()));
-    }
-    if (dt_op > std::string_view(pai.dt_fin)) {
-      run.Report(rec, kDtOp, kErro,
-                 m("No campo DT_OP a data da operação deve ser inferior ou igual a data final %s "
-                   "do campo DT_FIN no registro 1100 e não: %.*s."_l1,
-                   pai.dt_fin.c_str(), static_cast<int>(dt_op.size()), dt_op.data()));
-    }
+    b1::VerificarPeriodo(
+        run, rec, kDtOp, pai.dt_ini,
+        "No campo DT_OP a data da operação deve ser igual ou superior a data inicial %s do campo "
+        "DT_INI no registro 1100 e não: %.*s."_l1,
+        pai.dt_fin,
+        "No campo DT_OP a data da operação deve ser inferior ou igual a data final %s do campo "
+        "DT_FIN no registro 1100 e não: %.*s."_l1);
   }
 
   // 3. One 1110 per client, indicator, device, day and acquirer.
@@ -105,7 +99,7 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
     key.Add(pai.cod_cliente);
     key.Add(pai.ind_comex);
     key.Add(mcapt);
-    key.Add(dt_op);
+    key.Add(Text(rec, kDtOp));
     key.Add(Text(rec, kAdqui));
     auto it = b.r1110.find(std::string_view(key));
     if (it != b.r1110.end()) {
