@@ -9,6 +9,7 @@
 #include <regex>
 #include <sstream>
 
+#include "validation/line_bits.hpp"
 #include "validation/reader.hpp"
 #include "validation/state_machine.hpp"
 
@@ -99,16 +100,32 @@ int RunFixture::Split(std::string_view line) {
   return SplitRaw(raw);
 }
 
-int RunFixture::SplitRaw(std::string_view line) {
-  std::string raw(line);
-  // The record's views must outlive this call: keep the text.
-  lines_.push_back(std::move(raw));
-  const std::string& kept = lines_.back();
+void RunFixture::Advance(size_t bytes) {
   ++run.ctx.records_read;
   run.ctx.offset = run.ctx.end_offset;
-  run.ctx.end_offset += static_cast<int64_t>(kept.size());
+  run.ctx.end_offset += static_cast<int64_t>(bytes);
   ++run.ctx.line;
-  return CheckAndSplit(run, kept, rec);
+}
+
+int RunFixture::SplitRaw(std::string_view line) {
+  // The record's views must outlive this call: keep the text.
+  lines_.emplace_back(line);
+  Advance(lines_.back().size());
+  return CheckAndSplit(run, lines_.back(), rec);
+}
+
+int RunFixture::SplitFromBits(std::string_view line, size_t align, char filler) {
+  std::string block(align, filler);
+  block.append(line);
+  block.append(67, filler);
+  lines_.push_back(std::move(block));
+  const std::string& b = lines_.back();
+  const size_t words = BitWords(b.size());
+  std::vector<uint64_t>& m = maps_.emplace_back(3 * words);
+  ClassifyBytes(b.data(), b.size(), m.data(), m.data() + words, m.data() + 2 * words);
+  const LineBits bits{m.data() + words, m.data() + 2 * words, align};
+  Advance(line.size());
+  return CheckAndSplit(run, std::string_view(b).substr(align, line.size()), rec, &bits);
 }
 
 int RunFixture::Feed(std::string_view line) {

@@ -66,13 +66,19 @@ struct RunFixture {
   int Split(std::string_view line);
   // The line exactly as given (no line end added).
   int SplitRaw(std::string_view line);
+  // As SplitRaw, but the line sits `align` bytes into a block between
+  // `filler` bytes and is split from the block's bit maps, as the reader
+  // hands most lines over.
+  int SplitFromBits(std::string_view line, size_t align, char filler);
   // Split + the structure machine, as the run loop does for a known type.
   int Feed(std::string_view line);
   // The kept findings' messages, in order.
   std::vector<std::string> Messages() const;
 
  private:
+  void Advance(size_t bytes);
   std::deque<std::string> lines_;  // the texts the records' views point into
+  std::deque<std::vector<uint64_t>> maps_;
 };
 
 }  // namespace volp::test

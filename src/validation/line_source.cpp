@@ -37,7 +37,12 @@ bool Sha256::Final(std::string* hex) {
 
 LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks)
     : file_(file), hash_(hash), read_ticks_(read_ticks) {
-  for (Slot& s : slots_) s.buf.reset(new char[kCarry + kBlock]);
+  for (Slot& s : slots_) {
+    s.buf.reset(new char[kCarry + kBlock]);
+    s.lf.reset(new uint64_t[BitWords(kBlock)]);
+    s.bar.reset(new uint64_t[BitWords(kBlock)]);
+    s.bad.reset(new uint64_t[BitWords(kBlock)]);
+  }
   try {
     thread_ = std::thread([this] { Work(); });
   } catch (...) {
@@ -51,12 +56,22 @@ bool LineSource::Next(std::string_view* line) {
   for (;;) {
     const size_t avail = static_cast<size_t>(end_ - pos_);
     const size_t limit = std::min<size_t>(avail, kCarry - 1);
+    // Bits are indexed from the block's fresh bytes; a carried start holds
+    // no line end (that is why it was carried).
+    const ptrdiff_t at = pos_ - fresh_;
+    has_bits_ = lf_bits_ != nullptr && at >= 0;
+    bits_.first = static_cast<size_t>(at);
     if (limit > 0) {
-      const char* lf = static_cast<const char*>(std::memchr(pos_, '\n', limit));
-      if (lf != nullptr) {
-        *line = std::string_view(pos_, static_cast<size_t>(lf + 1 - pos_));
-        pos_ = lf + 1;
-        return true;
+      const ptrdiff_t to = at + static_cast<ptrdiff_t>(limit);
+      if (to > 0) {
+        const size_t from = at > 0 ? static_cast<size_t>(at) : 0;
+        const size_t lf = NextBit(lf_bits_, from, static_cast<size_t>(to));
+        if (lf < static_cast<size_t>(to)) {
+          const char* next = fresh_ + lf + 1;
+          *line = std::string_view(pos_, static_cast<size_t>(next - pos_));
+          pos_ = next;
+          return true;
+        }
       }
       if (avail >= kCarry - 1) {
         // No line end within 9,999 bytes: this piece is a record of its own.
@@ -89,6 +104,7 @@ void LineSource::Fill(int64_t block) {
     if (r == 0) break;
     got += static_cast<size_t>(r);
   }
+  ClassifyBytes(fresh, got, s.lf.get(), s.bar.get(), s.bad.get());
   s.fresh_offset = next_offset_;
   s.fresh_len = got;
   s.last = got < kBlock;
@@ -123,6 +139,10 @@ void LineSource::Refill() {
     }
   }
   current_ = next;
+  fresh_ = fresh;
+  lf_bits_ = s.lf.get();
+  bits_.bar = s.bar.get();
+  bits_.bad = s.bad.get();
   pos_ = fresh - carry;
   end_ = fresh + s.fresh_len;
   eof_ = s.last;

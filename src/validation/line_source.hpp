@@ -1,9 +1,10 @@
 // The declaration file read once, in large blocks, as lines of at most 9,999
 // bytes (a longer line comes in 9,999-byte pieces). A second thread reads the
-// blocks ahead and feeds SHA-256 with each block the validation is done with,
-// so on a two-core machine neither the reading nor the digest stands in the
-// validation's way. A line is a view into a block and stays valid until the
-// next call.
+// blocks ahead, maps where their line ends, pipes and non-Latin-1 bytes are,
+// and feeds SHA-256 with each block the validation is done with, so on a
+// two-core machine neither the reading, nor looking at every byte, nor the
+// digest stands in the validation's way. A line is a view into a block and
+// stays valid until the next call.
 #pragma once
 
 #include <condition_variable>
@@ -15,6 +16,7 @@
 #include <thread>
 
 #include "platform/platform.hpp"
+#include "validation/line_bits.hpp"
 
 namespace volp {
 
@@ -44,6 +46,9 @@ class LineSource {
   // see read_failed()).
   bool Next(std::string_view* line);
   bool read_failed() const { return read_failed_; }
+  // The pipe and non-Latin-1 maps of the line Next() returned, or null for a
+  // line that began in the block before (its start was carried over).
+  const LineBits* bits() const { return has_bits_ ? &bits_ : nullptr; }
 
   // Stops the hashing thread after it has hashed every released block, then
   // hashes the rest of the input up to file offset `upto` (the end of the
@@ -59,9 +64,10 @@ class LineSource {
   // Blocks are numbered from 0 in file order; block b lives in slot b % kSlots.
   struct Slot {
     std::unique_ptr<char[]> buf;
-    int64_t fresh_offset = 0;  // file offset of buf[kCarry]
-    size_t fresh_len = 0;      // bytes read into buf + kCarry
-    bool last = false;         // the file (or the reading) ended in this block
+    std::unique_ptr<uint64_t[]> lf, bar, bad;  // bits of the fresh bytes
+    int64_t fresh_offset = 0;                  // file offset of buf[kCarry]
+    size_t fresh_len = 0;                      // bytes read into buf + kCarry
+    bool last = false;                         // the file (or the reading) ended in this block
   };
 
   void Refill();
@@ -77,14 +83,19 @@ class LineSource {
   const char* end_ = nullptr;
   bool eof_ = false;
   bool read_failed_ = false;
+  // The block in hand: its fresh bytes and their maps.
+  const char* fresh_ = nullptr;
+  const uint64_t* lf_bits_ = nullptr;
+  LineBits bits_;
+  bool has_bits_ = false;
 
   // Shared with the second thread, under mu_.
   std::thread thread_;
   std::mutex mu_;
   std::condition_variable cv_;
-  int64_t filled_ = 0;    // blocks read
-  int64_t released_ = 0;  // blocks the validation is done with
-  int64_t hashed_ = 0;    // blocks fed to the digest
+  int64_t filled_ = 0;       // blocks read
+  int64_t released_ = 0;     // blocks the validation is done with
+  int64_t hashed_ = 0;       // blocks fed to the digest
   int64_t next_offset_ = 0;  // file offset of the next block to read
   bool reading_done_ = false;
   bool stopping_ = false;

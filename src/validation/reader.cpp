@@ -10,6 +10,7 @@
 
 #include "layout/latin1.hpp"
 #include "validation/context.hpp"
+#include "validation/line_bits.hpp"
 
 namespace volp {
 
@@ -169,9 +170,102 @@ void PadFields(Record& rec, size_t final_pos) {
     SetField(rec.fields[i], {}, final_pos - 1, 1, false);
 }
 
+// The pipes of a line in order, from a LineScan that kept all of them.
+class ScanPipes {
+ public:
+  explicit ScanPipes(const LineScan& scan) : scan_(scan) {}
+  bool Next(size_t* pos) {
+    if (k_ >= scan_.count) return false;
+    *pos = scan_.bars[k_++];
+    return true;
+  }
+
+ private:
+  const LineScan& scan_;
+  int k_ = 0;
+};
+
+// The pipes of a line in order, from the block's pipe map: no byte of the
+// line is looked at.
+class BitPipes {
+ public:
+  BitPipes(const LineBits& bits, size_t n) : bar_(bits.bar), first_(bits.first) {
+    const size_t last = first_ + n - 1;
+    w_ = first_ >> 6;
+    w_last_ = last >> 6;
+    tail_ = ~uint64_t{0} >> (63 - (last & 63));
+    m_ = bar_[w_] & (~uint64_t{0} << (first_ & 63));
+    if (w_ == w_last_) m_ &= tail_;
+  }
+  bool Next(size_t* pos) {
+    while (m_ == 0) {
+      if (w_ == w_last_) return false;
+      m_ = bar_[++w_];
+      if (w_ == w_last_) m_ &= tail_;
+    }
+    *pos = (w_ << 6) + LowestBit(m_) - first_;
+    m_ &= m_ - 1;
+    return true;
+  }
+
+ private:
+  const uint64_t* bar_;
+  size_t first_, w_, w_last_;
+  uint64_t tail_, m_;
+};
+
+// Whether any of the n (> 0) bits from `first` is set.
+bool AnyBit(const uint64_t* bits, size_t first, size_t n) {
+  const size_t last = first + n - 1;
+  const size_t w0 = first >> 6, w1 = last >> 6;
+  const uint64_t head = ~uint64_t{0} << (first & 63);
+  const uint64_t tail = ~uint64_t{0} >> (63 - (last & 63));
+  if (w0 == w1) return (bits[w0] & head & tail) != 0;
+  uint64_t any = (bits[w0] & head) | (bits[w1] & tail);
+  for (size_t w = w0 + 1; w < w1; ++w) any |= bits[w];
+  return any != 0;
+}
+
+// The usual line: shorter than 255 bytes, so no token can reach 255
+// characters, and the tokens are read straight off the pipe positions.
+template <typename Pipes>
+int SplitShort(Run& run, Record& rec, std::string_view line, Pipes pipes, int previous_type) {
+  const char* const base = line.data();
+  const size_t n = line.size();
+  size_t bar = 0;
+  if (!pipes.Next(&bar)) return -1;  // no type at all
+  const size_t type_pos = bar + 1;
+  size_t next = n;
+  const bool closed = pipes.Next(&next);
+  const int idx = TakeType(run, rec, std::string_view(base + type_pos, next - type_pos), type_pos,
+                           previous_type);
+  if (idx < 0) return -1;
+  if (!closed) {
+    PadFields(rec, type_pos);
+    return idx;
+  }
+  const int fields = rec.type->field_count;
+  int found = rec.found;  // kept in a register, not re-read after each field
+  bar = next;
+  for (int k = 2; pipes.Next(&next); ++k) {
+    const size_t pos = bar + 1;
+    if (found >= fields) {
+      rec.found = found;
+      TooManyFields(run, rec, line, pos, k);
+      return idx;
+    }
+    SetField(rec.fields[found++], std::string_view(base + pos, next - pos), pos + 1,
+             static_cast<int32_t>(next - pos), false);
+    bar = next;
+  }
+  rec.found = found;
+  PadFields(rec, bar + 1);
+  return idx;
+}
+
 }  // namespace
 
-int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
+int CheckAndSplit(Run& run, std::string_view raw, Record& rec, const LineBits* bits) {
   std::string_view line;
   CheckFrame(run, raw, &line);
 
@@ -180,9 +274,6 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
   rec.type_index = -1;
   rec.found = 0;
 
-  const LineScan scan(line);
-  rec.has_control = scan.control;
-
   // Tokens are the texts between the pipes: the text before the first pipe is
   // token 0 (skipped), token 1 is the record type, and the text after the last
   // pipe is the final token, which is never stored (a field not closed by a
@@ -190,29 +281,18 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec) {
   const char* const base = line.data();
   const size_t n = line.size();
 
-  if (n < 255 && !scan.more) {
-    // The usual line: no token can reach 255 characters and every pipe is
-    // known, so the tokens are read straight off the pipe positions.
-    const int count = scan.count;
-    if (count == 0) return -1;  // no type at all
-    const size_t type_pos = scan.bars[0] + 1u;
-    const size_t type_end = count > 1 ? scan.bars[1] : n;
-    const int idx = TakeType(run, rec, std::string_view(base + type_pos, type_end - type_pos),
-                             type_pos, previous_type);
-    if (idx < 0) return -1;
-    const int fields = rec.type->field_count;
-    for (int k = 2; k < count; ++k) {
-      const size_t pos = scan.bars[k - 1] + 1u;
-      if (rec.found >= fields) {
-        TooManyFields(run, rec, line, pos, k);
-        return idx;
-      }
-      SetField(rec.fields[rec.found++], std::string_view(base + pos, scan.bars[k] - pos), pos + 1,
-               static_cast<int32_t>(scan.bars[k] - pos), false);
+  if (bits != nullptr && n < 255) {
+    if (n == 0) {
+      rec.has_control = false;
+      return -1;
     }
-    PadFields(rec, scan.bars[count - 1] + 1u);
-    return idx;
+    rec.has_control = AnyBit(bits->bad, bits->first, n);
+    return SplitShort(run, rec, line, BitPipes(*bits, n), previous_type);
   }
+
+  const LineScan scan(line);
+  rec.has_control = scan.control;
+  if (n < 255 && !scan.more) return SplitShort(run, rec, line, ScanPipes(scan), previous_type);
 
   // The general walk, token by token: long tokens are reported as they come,
   // and pipes beyond those the scan kept are found as needed.

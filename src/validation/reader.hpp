@@ -10,13 +10,15 @@ namespace volp {
 
 struct Run;
 struct Record;
+struct LineBits;
 
 inline constexpr int64_t kMaxLinePiece = 9999;
 
 // Checks the frame of one line as read (CR LF included), reports what is
 // wrong, and splits it into `rec`. Returns the row of the record type, or -1
 // for a line whose type is unknown (or that has none). Uses run.ctx.line and
-// run.ctx.offset for the findings.
-int CheckAndSplit(Run& run, std::string_view raw_line, Record& rec);
+// run.ctx.offset for the findings. With `bits` (the line's pipe and
+// non-Latin-1 maps) the line's bytes need not be looked at one by one.
+int CheckAndSplit(Run& run, std::string_view raw_line, Record& rec, const LineBits* bits = nullptr);
 
 }  // namespace volp

@@ -248,10 +248,10 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
     int type;
     if ((ctx.line & (kScanSample - 1)) == 0) {
       const uint64_t t0 = platform::Ticks();
-      type = CheckAndSplit(run, raw, rec);
+      type = CheckAndSplit(run, raw, rec, source.bits());
       ps.scan_ticks += (platform::Ticks() - t0) * kScanSample;
     } else {
-      type = CheckAndSplit(run, raw, rec);
+      type = CheckAndSplit(run, raw, rec, source.bits());
     }
 
     if (type < 0) {
