@@ -502,9 +502,83 @@ void AnalisarAlternativos(Run& run, Record& rec) {
   run.Report(rec, alt[0], kErro, buf);
 }
 
-}  // namespace
+// Most fields of most records are fine, and for the common shapes that is
+// decided from the text alone: digits within the size, money with its
+// decimals, free text without control bytes, a time of day, an optional
+// field left empty. A field that passes such a test would get no finding, so
+// only the others go through AnalisarCampo, which produces every message.
+enum class Rapido : uint8_t {
+  kGeral,       // only AnalisarCampo can tell
+  kDigitos,     // number without decimals
+  kDecimal,     // number with decimals
+  kTexto,       // free text, optional
+  kTextoObrig,  // free text, required (and so not all blanks)
+  kHora,
+};
 
-void AnalisarRegistro(Run& run, Record& rec) {
+struct Atalho {
+  Rapido forma = Rapido::kGeral;
+  bool vazio_ok = false;  // an empty text gets no finding
+};
+
+Atalho AtalhoDe(const FieldDef& d) {
+  Atalho a;
+  a.vazio_ok = d.required != 'S' && !(d.required == 'N' && d.type == kMunicipio);
+  switch (d.type) {
+    case kNumerico:
+      a.forma = d.decimals > 0 ? Rapido::kDecimal : Rapido::kDigitos;
+      break;
+    case kTexto:
+      a.forma = d.required == 'S' ? Rapido::kTextoObrig : Rapido::kTexto;
+      break;
+    case kHora:
+      a.forma = d.size == 6 ? Rapido::kHora : Rapido::kGeral;
+      break;
+    default:
+      break;
+  }
+  return a;
+}
+
+const Atalho* AtalhosDe(int type_index) {
+  static const auto table = [] {
+    std::array<std::array<Atalho, kMaxFields>, kRecordTypeCount> t{};
+    for (int r = 0; r < kRecordTypeCount; ++r)
+      for (int i = 0; i < kRecordTypes[r].field_count; ++i)
+        t[r][i] = AtalhoDe(kRecordTypes[r].fields[i]);
+    return t;
+  }();
+  return table[type_index].data();
+}
+
+// True when the field would get no finding from AnalisarCampo (false says
+// nothing: the field may still be fine).
+bool SemAchado(Atalho a, const FieldDef& d, std::string_view t, bool control) {
+  if (t.empty()) return a.vazio_ok;
+  const size_t len = t.size();
+  if (d.size > 0 && len > static_cast<size_t>(d.size)) return false;
+  switch (a.forma) {
+    case Rapido::kDigitos:
+      return AllDigits(t);
+    case Rapido::kDecimal: {
+      size_t p = 0;
+      while (p < len && IsDigit(t[p])) ++p;
+      const size_t casas = len - p - 1;
+      return p >= 1 && p < len && static_cast<int>(p) <= d.size - d.decimals - 1 && t[p] == ',' &&
+             static_cast<int>(casas) == d.decimals && AllDigits(t.substr(p + 1));
+    }
+    case Rapido::kTexto:
+      return !control;
+    case Rapido::kTextoObrig:
+      return !control && t.front() != ' ';
+    case Rapido::kHora:
+      return !control && HoraValida(t);
+    default:
+      return false;
+  }
+}
+
+void Analisar(Run& run, Record& rec, bool atalhos) {
   if (run.log.On(5)) {
     run.log.Write(5, "    AnalisarRegistro(%lld, %lld, 0x%08x, 0x%08x)\n",
                   static_cast<long long>(run.ctx.offset), static_cast<long long>(run.ctx.line),
@@ -518,8 +592,23 @@ void AnalisarRegistro(Run& run, Record& rec) {
         rec, 0, kErro,
         m("Registro '%s' tem %d campos mas deveria ter %d.", rec.type->code, rec.found, expected));
   }
-  for (int i = 0; i < expected; ++i) AnalisarCampo(run, rec, i);
+  const Atalho* atalho = AtalhosDe(rec.type_index);
+  for (int i = 0; i < expected; ++i) {
+    Field& f = rec.fields[i];
+    if (atalhos && SemAchado(atalho[i], rec.def(i), f.text, rec.has_control)) {
+      f.filled = !f.text.empty();
+      f.valid = true;
+    } else {
+      AnalisarCampo(run, rec, i);
+    }
+  }
   AnalisarAlternativos(run, rec);
 }
+
+}  // namespace
+
+void AnalisarRegistro(Run& run, Record& rec) { Analisar(run, rec, true); }
+
+void AnalisarRegistroCompleto(Run& run, Record& rec) { Analisar(run, rec, false); }
 
 }  // namespace volp

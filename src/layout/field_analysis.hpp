@@ -11,6 +11,9 @@ struct Record;
 // Checks the field count and then every field in layout order, reporting each
 // problem; leaves the filled and valid marks on every field.
 void AnalisarRegistro(Run& run, Record& rec);
+// The same with every field through the full checks, none of them decided
+// by the shortcut for plainly good fields: what the shortcut must agree with.
+void AnalisarRegistroCompleto(Run& run, Record& rec);
 
 // The shape checks behind the analysis, for callers that report nothing.
 // Bytes that are not Latin-1 text (C0 controls, DEL, C1 controls).
