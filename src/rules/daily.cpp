@@ -191,13 +191,22 @@ void ValidarRegistro_1115(Run& run, Record& rec, int prev_type, int src_line) {
   if (l1100.present && l1100.cod_cliente_filled && l1100.ind_comex_filled && l1110.present &&
       l1110.cod_mcapt_filled && l1110.dt_op_filled &&
       (Filled(rec, kNsu) || Filled(rec, kCodAut) || Filled(rec, kIdTransac))) {
-    KeyBuffer& key = b.key;
-    key.Clear();
-    key.Add(Text(rec, kNsu));
-    key.Add(Text(rec, kCodAut));
-    key.Add(Text(rec, kIdTransac));
+    // The key is the three texts each followed by "|": on a line that has
+    // them all, exactly the bytes from NSU to the pipe after ID_TRANSAC.
+    std::string_view key;
+    if (rec.found > kIdTransac) {
+      const char* from = Text(rec, kNsu).data();
+      const std::string_view last = Text(rec, kIdTransac);
+      key = std::string_view(from, static_cast<size_t>(last.data() + last.size() + 1 - from));
+    } else {
+      b.key.Clear();
+      b.key.Add(Text(rec, kNsu));
+      b.key.Add(Text(rec, kCodAut));
+      b.key.Add(Text(rec, kIdTransac));
+      key = b.key;
+    }
     bool inserted = false;
-    auto it = b.r1115.lazy_emplace(std::string_view(key), [&](const auto& ctor) {
+    auto it = b.r1115.lazy_emplace(key, [&](const auto& ctor) {
       inserted = true;
       ctor(b.r1115_keys.Copy(key), FirstTransaction{ctx.line, ctx.offset, split});
     });
