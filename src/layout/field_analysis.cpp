@@ -43,18 +43,31 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
 bool IsAlpha(char c) { return IsUpper(c) || (c >= 'a' && c <= 'z'); }
 
-// Eight bytes at a time: a byte is a digit when adding 0x46 does not carry
-// it past 0x7F and subtracting 0x30 does not borrow below 0.
-bool AllDigits(std::string_view s) {
+// A byte is a digit when adding 0x46 does not carry it past 0x7F and
+// subtracting 0x30 does not borrow below 0: eight (or four) bytes at a time.
+bool Digits8(const char* p) {
+  uint64_t w;
+  std::memcpy(&w, p, 8);
+  return ((w | (w + 0x4646464646464646ULL) | (w - 0x3030303030303030ULL)) &
+          0x8080808080808080ULL) == 0;
+}
+bool Digits4(const char* p) {
+  uint32_t w;
+  std::memcpy(&w, p, 4);
+  return ((w | (w + 0x46464646U) | (w - 0x30303030U)) & 0x80808080U) == 0;
+}
+
+// True for the empty text too. The last word of a text is read so that it
+// ends with the text (overlapping the word before), never past it.
+inline bool AllDigits(std::string_view s) {
   const char* p = s.data();
   size_t n = s.size();
-  constexpr uint64_t kHigh = 0x8080808080808080ULL;
-  for (; n >= 8; p += 8, n -= 8) {
-    uint64_t w;
-    std::memcpy(&w, p, 8);
-    if (((w | (w + 0x4646464646464646ULL) | (w - 0x3030303030303030ULL)) & kHigh) != 0)
-      return false;
+  if (n >= 8) {
+    for (; n > 8; p += 8, n -= 8)
+      if (!Digits8(p)) return false;
+    return Digits8(p + n - 8);
   }
+  if (n >= 4) return Digits4(p) && Digits4(p + n - 4);
   for (; n > 0; ++p, --n) {
     if (!IsDigit(*p)) return false;
   }
@@ -137,9 +150,8 @@ bool DataValida(std::string_view s) {
 
 // HHMMSS within one day.
 bool HoraValida(std::string_view s) {
-  return s.size() == 6 && IsDigit(s[0]) && IsDigit(s[1]) && IsDigit(s[2]) && IsDigit(s[3]) &&
-         IsDigit(s[4]) && IsDigit(s[5]) && (s[0] - '0') * 10 + (s[1] - '0') <= 23 && s[2] <= '5' &&
-         s[4] <= '5';
+  return s.size() == 6 && Digits4(s.data()) && IsDigit(s[4]) && IsDigit(s[5]) &&
+         (s[0] - '0') * 10 + (s[1] - '0') <= 23 && s[2] <= '5' && s[4] <= '5';
 }
 
 // The 44-digit access key of an electronic fiscal document ends with a
@@ -519,11 +531,17 @@ enum class Rapido : uint8_t {
 struct Atalho {
   Rapido forma = Rapido::kGeral;
   bool vazio_ok = false;  // an empty text gets no finding
+  uint16_t maximo = 0;    // longest text without a finding
+  int16_t inteiros = 0;   // most digits before the comma
+  int16_t casas = 0;      // digits after the comma
 };
 
 Atalho AtalhoDe(const FieldDef& d) {
   Atalho a;
   a.vazio_ok = d.required != 'S' && !(d.required == 'N' && d.type == kMunicipio);
+  a.maximo = static_cast<uint16_t>(d.size > 0 ? d.size : 9999);
+  a.inteiros = static_cast<int16_t>(d.size - d.decimals - 1);
+  a.casas = static_cast<int16_t>(d.decimals);
   switch (d.type) {
     case kNumerico:
       a.forma = d.decimals > 0 ? Rapido::kDecimal : Rapido::kDigitos;
@@ -553,19 +571,18 @@ const Atalho* AtalhosDe(int type_index) {
 
 // True when the field would get no finding from AnalisarCampo (false says
 // nothing: the field may still be fine).
-bool SemAchado(Atalho a, const FieldDef& d, std::string_view t, bool control) {
+bool SemAchado(const Atalho& a, std::string_view t, bool control) {
   if (t.empty()) return a.vazio_ok;
   const size_t len = t.size();
-  if (d.size > 0 && len > static_cast<size_t>(d.size)) return false;
+  if (len > a.maximo) return false;
   switch (a.forma) {
     case Rapido::kDigitos:
       return AllDigits(t);
     case Rapido::kDecimal: {
-      size_t p = 0;
-      while (p < len && IsDigit(t[p])) ++p;
-      const size_t casas = len - p - 1;
-      return p >= 1 && p < len && static_cast<int>(p) <= d.size - d.decimals - 1 && t[p] == ',' &&
-             static_cast<int>(casas) == d.decimals && AllDigits(t.substr(p + 1));
+      // All digits but one comma with exactly `casas` digits after it.
+      const size_t comma = len - static_cast<size_t>(a.casas) - 1;
+      return len > static_cast<size_t>(a.casas) + 1 && static_cast<int>(comma) <= a.inteiros &&
+             t[comma] == ',' && AllDigits(t.substr(0, comma)) && AllDigits(t.substr(comma + 1));
     }
     case Rapido::kTexto:
       return !control;
@@ -593,9 +610,10 @@ void Analisar(Run& run, Record& rec, bool atalhos) {
         m("Registro '%s' tem %d campos mas deveria ter %d.", rec.type->code, rec.found, expected));
   }
   const Atalho* atalho = AtalhosDe(rec.type_index);
+  const bool control = rec.has_control;
   for (int i = 0; i < expected; ++i) {
     Field& f = rec.fields[i];
-    if (atalhos && SemAchado(atalho[i], rec.def(i), f.text, rec.has_control)) {
+    if (atalhos && SemAchado(atalho[i], f.text, control)) {
       f.filled = !f.text.empty();
       f.valid = true;
     } else {
