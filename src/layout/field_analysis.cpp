@@ -16,10 +16,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "layout/identifiers.hpp"
 #include "layout/latin1.hpp"
+#include "layout/layouts.hpp"
 #include "layout/tables.hpp"
 #include "validation/context.hpp"
 
@@ -536,7 +539,7 @@ struct Atalho {
   int16_t casas = 0;      // digits after the comma
 };
 
-Atalho AtalhoDe(const FieldDef& d) {
+constexpr Atalho AtalhoDe(const FieldDef& d) {
   Atalho a;
   a.vazio_ok = d.required != 'S' && !(d.required == 'N' && d.type == kMunicipio);
   a.maximo = static_cast<uint16_t>(d.size > 0 ? d.size : 9999);
@@ -558,6 +561,9 @@ Atalho AtalhoDe(const FieldDef& d) {
   return a;
 }
 
+template <Atalho A>
+inline constexpr Atalho AtalhoFixo = A;
+
 const Atalho* AtalhosDe(int type_index) {
   static const auto table = [] {
     std::array<std::array<Atalho, kMaxFields>, kRecordTypeCount> t{};
@@ -569,9 +575,15 @@ const Atalho* AtalhosDe(int type_index) {
   return table[type_index].data();
 }
 
+#if defined(__GNUC__)
+#define VOLP_SEMPRE_INLINE inline __attribute__((always_inline))
+#else
+#define VOLP_SEMPRE_INLINE __forceinline
+#endif
+
 // True when the field would get no finding from AnalisarCampo (false says
 // nothing: the field may still be fine).
-bool SemAchado(const Atalho& a, std::string_view t, bool control) {
+VOLP_SEMPRE_INLINE bool SemAchado(const Atalho& a, std::string_view t, bool control) {
   if (t.empty()) return a.vazio_ok;
   const size_t len = t.size();
   if (len > a.maximo) return false;
@@ -595,6 +607,29 @@ bool SemAchado(const Atalho& a, std::string_view t, bool control) {
   }
 }
 
+// Inlined where the shortcut is a constant, so that only its own test is left.
+VOLP_SEMPRE_INLINE void Campo(Run& run, Record& rec, int i, const Atalho& a, bool control) {
+  Field& f = rec.fields[i];
+  if (SemAchado(a, f.text, control)) {
+    f.filled = !f.text.empty();
+    f.valid = true;
+  } else {
+    AnalisarCampo(run, rec, i);
+  }
+}
+
+// The field loop unrolled for one layout, each field's shortcut compiled for
+// its own row: no table to read and no jump on the kind of field.
+template <const auto& Defs, size_t... I>
+void CamposRapidos(Run& run, Record& rec, bool control, std::index_sequence<I...>) {
+  (Campo(run, rec, static_cast<int>(I), AtalhoFixo<AtalhoDe(Defs[I])>, control), ...);
+}
+
+template <const auto& Defs>
+void CamposDe(Run& run, Record& rec, bool control) {
+  CamposRapidos<Defs>(run, rec, control, std::make_index_sequence<std::size(Defs)>{});
+}
+
 void Analisar(Run& run, Record& rec, bool atalhos) {
   if (run.log.On(5)) {
     run.log.Write(5, "    AnalisarRegistro(%lld, %lld, 0x%08x, 0x%08x)\n",
@@ -609,15 +644,28 @@ void Analisar(Run& run, Record& rec, bool atalhos) {
         rec, 0, kErro,
         m("Registro '%s' tem %d campos mas deveria ter %d.", rec.type->code, rec.found, expected));
   }
-  const Atalho* atalho = AtalhosDe(rec.type_index);
   const bool control = rec.has_control;
-  for (int i = 0; i < expected; ++i) {
-    Field& f = rec.fields[i];
-    if (atalhos && SemAchado(atalho[i], f.text, control)) {
-      f.filled = !f.text.empty();
-      f.valid = true;
-    } else {
-      AnalisarCampo(run, rec, i);
+  if (!atalhos) {
+    for (int i = 0; i < expected; ++i) AnalisarCampo(run, rec, i);
+  } else {
+    switch (rec.type_index) {
+      // The records that make up the bulk of a file.
+      case kR1100:
+        CamposDe<layout::k1100>(run, rec, control);
+        break;
+      case kR1110:
+        CamposDe<layout::k1110>(run, rec, control);
+        break;
+      case kR1115:
+        CamposDe<layout::k1115>(run, rec, control);
+        break;
+      case kR1120:
+        CamposDe<layout::k1120>(run, rec, control);
+        break;
+      default: {
+        const Atalho* atalho = AtalhosDe(rec.type_index);
+        for (int i = 0; i < expected; ++i) Campo(run, rec, i, atalho[i], control);
+      }
     }
   }
   AnalisarAlternativos(run, rec);
