@@ -10,8 +10,16 @@ namespace volp {
 
 using namespace layout;
 
+namespace {
+
+constexpr int32_t CodeNumber(const char* c) {
+  return (c[0] - '0') * 1000 + (c[1] - '0') * 100 + (c[2] - '0') * 10 + (c[3] - '0');
+}
+
+}  // namespace
+
 #define VOLP_ROW(code, req, level, occ) \
-  { #code, req, k##code, static_cast < int32_t>(std::size(k##code)), level, occ }
+  { #code, req, k##code, static_cast < int32_t>(std::size(k##code)), level, occ, CodeNumber(#code) }
 const RecordTypeDef kRecordTypes[kRecordTypeCount] = {
     VOLP_ROW(0000, 'S', 0, "1"),   VOLP_ROW(0001, 'S', 1, "1"),   VOLP_ROW(0005, 'S', 2, "1"),
     VOLP_ROW(0100, ' ', 2, "V"),   VOLP_ROW(0105, ' ', 3, "1:N"), VOLP_ROW(0200, ' ', 2, "V"),

@@ -41,6 +41,7 @@ struct RecordTypeDef {
   int32_t field_count;     // rows in `fields`
   int32_t level;           // 0 opening/closing, 1 block open/close, 2.. nested
   const char* occurrence;  // "1", "V", "1:N", "1:1"
+  int32_t number;          // the code as a number (0 for "0000", 1100 for "1100")
 };
 
 inline constexpr int kRecordTypeCount = 21;
@@ -73,12 +74,9 @@ enum RecordTypeIndex : int {
   kR9999,
 };
 
-// The record type code as a number (0 for "0000", 1100 for "1100"...), as the
-// structure trace and the "previous record" tests use it.
-inline int RecordTypeNumber(int type_index) {
-  const char* c = kRecordTypes[type_index].code;
-  return (c[0] - '0') * 1000 + (c[1] - '0') * 100 + (c[2] - '0') * 10 + (c[3] - '0');
-}
+// The record type code as a number, as the structure trace and the
+// "previous record" tests use it.
+inline int RecordTypeNumber(int type_index) { return kRecordTypes[type_index].number; }
 
 // Table lookup by exact code (byte comparison, table order); -1 when unknown.
 // `hint` is a row to try first (the previous record's type).
