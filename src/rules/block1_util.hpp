@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "layout/latin1.hpp"
+#include "reports/format.hpp"
 #include "rules/block1.hpp"
 #include "rules/common.hpp"
 #include "validation/context.hpp"
@@ -31,6 +33,23 @@ inline int64_t LerCentavos(std::string_view s) {
 inline void LogEntrada(Run& run, const char* indent, const char* code, const Record& rec,
                        int prev_type, int src_line) {
   LogValidador(run, indent, code, run.ctx.line, run.ctx.offset, rec, prev_type, src_line);
+}
+
+// A record whose key was seen before in `seen` (1100, 1110, 1200 with the
+// same identifying texts) is reported against the first one; a new key is
+// copied into `pool` and kept. One lookup either way.
+inline void RegistroUnico(Run& run, const Record& rec, KeyMap<FirstSeen>& seen, KeyPool& pool,
+                          std::string_view key) {
+  bool novo = false;
+  auto it = seen.lazy_emplace(key, [&](const auto& ctor) {
+    novo = true;
+    ctor(pool.Copy(key), FirstSeen{run.ctx.line, run.ctx.offset});
+  });
+  if (novo) return;
+  Msg m;
+  run.Report(rec, 0, kErro,
+             m("Esse registro %s já foi encontrado na linha %s e posição %s no arquivo."_l1,
+               rec.type->code, Milhar(it->second.line).c_str(), Milhar(it->second.offset).c_str()));
 }
 
 // A date that must lie within a period: AAAAMMDD texts order as their dates

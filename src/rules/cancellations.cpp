@@ -109,14 +109,7 @@ void ValidarRegistro_1200(Run& run, Record& rec, int prev_type, int src_line) {
     for (int i : {kIpPar, kCliente, kMcapt, kNsu, kCodAut, kIdTransac, kDtOp}) {
       key.Add(Text(rec, i));
     }
-    auto it = b.r1200.find(std::string_view(key));
-    if (it != b.r1200.end()) {
-      run.Report(rec, 0, kErro,
-                 m("Esse registro 1200 já foi encontrado na linha %s e posição %s no arquivo."_l1,
-                   Milhar(it->second.line).c_str(), Milhar(it->second.offset).c_str()));
-    } else {
-      b.r1200.emplace(b.r1200_keys.Copy(key), FirstSeen{ctx.line, ctx.offset});
-    }
+    b1::RegistroUnico(run, rec, b.r1200, b.r1200_keys, key);
   }
 
   // 8. The cancellation itself happened inside the declared period.

@@ -101,14 +101,7 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
     key.Add(mcapt);
     key.Add(Text(rec, kDtOp));
     key.Add(Text(rec, kAdqui));
-    auto it = b.r1110.find(std::string_view(key));
-    if (it != b.r1110.end()) {
-      run.Report(rec, 0, kErro,
-                 m("Esse registro 1110 já foi encontrado na linha %s e posição %s no arquivo."_l1,
-                   Milhar(it->second.line).c_str(), Milhar(it->second.offset).c_str()));
-    } else {
-      b.r1110.emplace(b.r1110_keys.Copy(key), FirstSeen{ctx.line, ctx.offset});
-    }
+    b1::RegistroUnico(run, rec, b.r1110, b.r1110_keys, key);
     last.in_distintos = true;
   }
 

@@ -329,14 +329,7 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
     KeyBuffer& key = b.key;
     key.Clear();
     for (int i = kIpPar; i <= kDtFin; ++i) key.Add(Text(rec, i));
-    auto it = b.r1100.find(std::string_view(key));
-    if (it != b.r1100.end()) {
-      run.Report(rec, 0, kErro,
-                 m("Esse registro 1100 já foi encontrado na linha %s e posição %s no arquivo."_l1,
-                   Milhar(it->second.line).c_str(), Milhar(it->second.offset).c_str()));
-    } else {
-      b.r1100.emplace(b.r1100_keys.Copy(key), FirstSeen{ctx.line, ctx.offset});
-    }
+    b1::RegistroUnico(run, rec, b.r1100, b.r1100_keys, key);
   }
 
   // 9. VALOR.
