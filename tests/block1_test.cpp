@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -105,7 +106,9 @@ std::vector<std::string> GrupoCpf(int64_t total, int n, std::string_view comex =
   const int64_t each = total / n;
   for (int i = 0; i < n; ++i) {
     const int64_t v = i == 0 ? total - each * (n - 1) : each;
-    out.push_back(R1115("T" + std::string(comex) + std::to_string(i), Money(v), "0", "1", "5"));
+    char nsu[32];
+    std::snprintf(nsu, sizeof nsu, "T%.*s%d", static_cast<int>(comex.size()), comex.data(), i);
+    out.push_back(R1115(nsu, Money(v), "0", "1", "5"));
   }
   return out;
 }
@@ -160,6 +163,14 @@ std::string UfDest(const char* rec) {
          " é 'RJ' e a UF informada no campo 09 do registro 0100 para o COD_CLIENTE 'C3' é 'RJ' "
          "na linha {L|0100|C3|} e posição {P|0100|C3|} no arquivo. Uma delas deveria ser igual "
          "a UF_FISCO 'SP' informada no campo 04 do registro 0000.";
+}
+
+// The 0100 finding of a client of another state that block 1 named, with no
+// destination that passed the UF rule.
+std::string UfCliente(const char* uf) {
+  return std::string("A UF informada no campo 09 do registro 0100 é '") + uf +
+         "' e deveria ser igual a UF_FISCO 'SP' informada no campo 04 do registro 0000 ou ter um "
+         "registro 1120 ou 1220.";
 }
 
 // Runs the file and compares every finding with the expected ones.
@@ -406,9 +417,7 @@ TEST(Block1, GroupClosings) {
          "Campo 05 - 'QTD - Quantidade total diária de operações realizadas na data' é "
          "obrigatório."},
         {c1, 1, 8, 2, Soma("1100", "VALOR", "100,00", "102,00", 2, "1110")},
-        {c1, 1, 9, 2, Soma("1100", "QTD", "2", "3", 2, "1110")},
-        {"|1110|M1|20251203", 1, 5, 2,
-         "Registro 1110 com QTD '0' que não confere com 1 registro 1115."}}},
+        {c1, 1, 9, 2, Soma("1100", "QTD", "2", "3", 2, "1110")}}},
       {"a day whose transactions do not add up; its QTD counts records",
        [](Arquivo& a) { a.block1[1] = R1110("M1", "20251201", "100,00", "3", kCnpjAdq); },
        {{c1, 1, 9, 2, Soma("1100", "QTD", "2", "3", 1, "1110")},
@@ -516,7 +525,7 @@ TEST(Block1, Destinations) {
          const std::vector<std::string> c3 = GrupoC3("RJ");
          a.block1.insert(a.block1.begin() + 5, c3.begin(), c3.end());
        },
-       {{"|1120|RJ|", 1, 2, 2, UfDest("1120")}}},
+       {{"|1120|RJ|", 1, 2, 2, UfDest("1120")}, {"|0100|C3|", 1, 9, 2, UfCliente("RJ")}}},
       {"a client of the declaring state may send elsewhere",
        [](Arquivo& a) { a.block1[3] = R1120("RJ", kCnpjDest); },
        {}},
@@ -587,7 +596,7 @@ TEST(Block1, Cancellations) {
                                  "0", "50,00", "50,00"}));
          a.block1.push_back(R1220("RJ", kCnpjDest, kCpfDest, "X"));
        },
-       {{"|1220|RJ|", 1, 2, 2, UfDest("1220")},
+       {{"|0100|C3|", 1, 9, 2, UfCliente("RJ")},
         {"|1220|RJ|", 1, 5, 2,
          "Já está preenchido o campo CNPJ_DEST então não pode preencher o campo CPF_DEST."},
         {"|1220|RJ|", 1, 6, 2,
@@ -647,6 +656,280 @@ TEST(Block1, NotificationMonths) {
           {"|1100||C1|0|0|20250401", 1, 0, 1, faltou + "02 de 2025 para o código de cliente 'C3'."},
           {"|1990|", 1, 0, 1, faltou + "03 de 2025 para o código de cliente 'C1'."},
           {"|1990|", 1, 0, 1, faltou + "04 de 2025 para o código de cliente 'C3'."}});
+}
+
+// A 1200 of C3 (RJ) and its 1220 to `uf`, in place of the base file's
+// cancellation.
+void CancelamentoC3(Arquivo& a, std::string_view uf) {
+  a.block1.resize(a.block1.size() - 2);
+  a.block1.push_back(
+      Rec({"1200", "", "C3", "M1", "NSU8", "", "", "20251115", "20251210", "0", "50,00", "50,00"}));
+  a.block1.push_back(R1220(uf, kCnpjDest));
+}
+
+// A 1220 is judged against the client of the last 1100: the 1200 before it
+// only marks its own COD_CLIENTE as referenced.
+TEST(Block1, CancellationDestinationIsJudgedAgainstTheLastSummarysClient) {
+  RunCases({
+      {"after a 1100 of the RJ client, a 1220 to RJ under a 1200 of an SP client is refused",
+       [](Arquivo& a) {
+         a.registry.insert(a.registry.begin() + 2, kC3);
+         const std::vector<std::string> c3 = GrupoC3("SP");
+         a.block1.insert(a.block1.end() - 2, c3.begin(), c3.end());
+         a.block1.back() = R1220("RJ", kCnpjDest);
+       },
+       {{"|1220|RJ|", 1, 2, 2, UfDest("1220")}}},
+      {"after a 1100 of an SP client, a 1220 to RJ under a 1200 of the RJ client passes, and "
+       "the RJ client is left without an exempting destination",
+       [](Arquivo& a) {
+         a.registry.insert(a.registry.begin() + 2, kC3);
+         CancelamentoC3(a, "RJ");
+       },
+       {{"|0100|C3|", 1, 9, 2, UfCliente("RJ")}}},
+      {"a 1220 to SP under the RJ client's 1200 marks the SP client of the last 1100, not it",
+       [](Arquivo& a) {
+         a.registry.insert(a.registry.begin() + 2, kC3);
+         CancelamentoC3(a, "SP");
+       },
+       {{"|0100|C3|", 1, 9, 2, UfCliente("RJ")}}},
+      {"a 1200 before any 1100 leaves the 1220 without a client to judge",
+       [](Arquivo& a) {
+         a.registry.insert(a.registry.begin() + 2, kC3);
+         a.block1 = {Rec({"1200", "", "C1", "M1", "NSU8", "", "", "20251115", "20251210", "0",
+                          "50,00", "50,00"}),
+                     R1220("RJ", kCnpjDest)};
+         a.registry = {kC1, kM1};
+       },
+       {}},
+  });
+}
+
+// Only a destination that passed the UF rule (through UF_DEST or through the
+// client's own UF being UF_FISCO) exempts the client of another state at the
+// end of the file.
+TEST(Block1, OnlyAnAcceptedDestinationExemptsItsClient) {
+  const std::string obrigatorio =
+      "Campo 02 - 'UF_DEST - UF para qual foi destinada a transação comercial ou prestação de "
+      "serviço' é obrigatório.";
+  RunCases({
+      {"a refused 1120 does not",
+       [](Arquivo& a) {
+         a.registry.insert(a.registry.begin() + 2, kC3);
+         const std::vector<std::string> c3 = GrupoC3("RJ");
+         a.block1.insert(a.block1.begin() + 5, c3.begin(), c3.end());
+       },
+       {{"|1120|RJ|", 1, 2, 2, UfDest("1120")}, {"|0100|C3|", 1, 9, 2, UfCliente("RJ")}}},
+      {"a 1120 without UF_DEST is not judged and does not either",
+       [](Arquivo& a) {
+         a.registry.insert(a.registry.begin() + 2, kC3);
+         const std::vector<std::string> c3 = GrupoC3("");
+         a.block1.insert(a.block1.begin() + 5, c3.begin(), c3.end());
+       },
+       {{"|1120||", 1, 2, 2, obrigatorio}, {"|0100|C3|", 1, 9, 2, UfCliente("RJ")}}},
+      {"a refused 1220 does not",
+       [](Arquivo& a) {
+         a.registry.insert(a.registry.begin() + 2, kC3);
+         const std::vector<std::string> c3 = GrupoC3("RJ");
+         a.block1.insert(a.block1.end() - 2, c3.begin(), c3.end());
+         a.block1.back() = R1220("RJ", kCnpjDest);
+       },
+       {{"|1120|RJ|", 1, 2, 2, UfDest("1120")},
+        {"|1220|RJ|", 1, 2, 2, UfDest("1220")},
+        {"|0100|C3|", 1, 9, 2, UfCliente("RJ")}}},
+      {"an accepted 1220 exempts it even after a refused 1120",
+       [](Arquivo& a) {
+         a.registry.insert(a.registry.begin() + 2, kC3);
+         const std::vector<std::string> c3 = GrupoC3("RJ");
+         a.block1.insert(a.block1.end() - 2, c3.begin(), c3.end());
+       },
+       {{"|1120|RJ|", 1, 2, 2, UfDest("1120")}}},
+  });
+}
+
+// The last-1100 slot takes VALOR (with the line and position the closing
+// points at) only from a 1100 whose VALOR is filled, and QTD only from one
+// whose QTD is filled; the last-1110 slot likewise takes QTD.
+TEST(Block1, SlotKeepsTheFiguresOfTheLastSummaryThatHadThem) {
+  const std::string first = "|1100||C1|0|";
+  const std::string second = "|1100||C1|1|";
+  const std::string valor08 = "Campo 08 - 'VALOR - Valor total das operações' é obrigatório.";
+  const std::string qtd09 = "Campo 09 - 'QTD - Quantidade de operações' é obrigatório.";
+  const std::string qtd05 =
+      "Campo 05 - 'QTD - Quantidade total diária de operações realizadas na data' é obrigatório.";
+  // The group of C1 with IND_COMEX 1: one day of 50,00 in one transaction,
+  // under a 1100 with the given VALOR and QTD.
+  auto segundo = [](std::string_view valor, std::string_view qtd) {
+    return std::vector<std::string>{R1100("C1", valor, qtd, "20251201", "20251231", "1"),
+                                    R1110("M1", "20251205", "50,00", "1", kCnpjAdq),
+                                    R1115("NSU7", "50,00")};
+  };
+  RunCases({
+      {"both empty: the closing compares the first 1100's figures, at its line",
+       [&](Arquivo& a) {
+         a.block1 = Concat({GrupoC1(), segundo("", ""), GrupoCpf(337500, 30)});
+       },
+       {{second, 1, 8, 2, valor08},
+        {second, 1, 9, 2, qtd09},
+        {first, 1, 8, 2, Soma("1100", "VALOR", "100,00", "50,00", 1, "1110")},
+        {first, 1, 9, 2, Soma("1100", "QTD", "2", "1", 1, "1110")}}},
+      {"only QTD empty: this VALOR at this line, the first QTD",
+       [&](Arquivo& a) {
+         a.block1 = Concat({GrupoC1(), segundo("50,00", ""), GrupoCpf(337500, 30)});
+       },
+       {{second, 1, 9, 2, qtd09}, {second, 1, 9, 2, Soma("1100", "QTD", "2", "1", 1, "1110")}}},
+      {"only VALOR empty: the first VALOR at the first line",
+       [&](Arquivo& a) {
+         a.block1 = Concat({GrupoC1(), segundo("", "1"), GrupoCpf(337500, 30)});
+       },
+       {{second, 1, 8, 2, valor08},
+        {first, 1, 8, 2, Soma("1100", "VALOR", "100,00", "50,00", 1, "1110")}}},
+      {"a 1110 without QTD is closed with the QTD of the 1110 before it",
+       [](Arquivo& a) {
+         a.block1.insert(a.block1.begin() + 5, {R1110("M1", "20251203", "1,00", "", kCnpjAdq),
+                                                R1115("NSU5", "1,00"), R1115("NSU6", "0,50")});
+         a.block1[0] = R1100("C1", "101,00", "2");
+       },
+       {{"|1110|M1|20251203", 1, 5, 2, qtd05},
+        {"|1110|M1|20251203", 1, 4, 2, Soma("1110", "VALOR", "1,00", "1,50", 2, "1115")}}},
+  });
+}
+
+// In finalidade 3 a 1100 whose VALOR and QTD are both 0 may go on without
+// daily totals; one with both empty is judged by the figures it left in the
+// slot, those of the 1100 before it.
+TEST(Block1, NotificationSummaryWithoutFiguresKeepsThoseBeforeIt) {
+  struct Caso {
+    std::string name;
+    std::vector<std::string> registry, block1;
+    std::vector<Esperado> expected;
+  };
+  const std::string vazio = R1100("C1", "", "", "20250201", "20250228");
+  const std::string zero = R1100("C1", "0,00", "0", "20250201", "20250228", "1");
+  const std::string b = "|1100||C1|0|0|20250201";
+  const std::vector<Esperado> sem_figuras = {
+      {b, 1, 8, 2, "Campo 08 - 'VALOR - Valor total das operações' é obrigatório."},
+      {b, 1, 9, 2, "Campo 09 - 'QTD - Quantidade de operações' é obrigatório."}};
+  const std::vector<std::string> janeiro = {R1100("C1", "10,00", "1", "20250101", "20250131"),
+                                            R1110("M1", "20250110", "10,00", "1", kCnpjAdq),
+                                            R1115("NSU1", "10,00")};
+  const std::vector<std::string> fevereiro = {R1110("M1", "20250210", "10,00", "1", kCnpjAdq),
+                                              R1115("NSU2", "10,00")};
+  const std::vector<Caso> casos = {
+      {"after a zero 1100, the next 1100 needs no daily totals",
+       {kC1},
+       {R1100("C1", "0,00", "0", "20250101", "20250131"), vazio, zero},
+       {sem_figuras[0],
+        sem_figuras[1],
+        {"|1100||C1|1|", 1, 0, 1,
+         "Já tem o registro 1100 do Resumo Mensal referente ao mês 02 de 2025 na linha {L" + b +
+             "} e posição {P" + b + "} no arquivo."}}},
+      {"after a 1100 with operations, the next 1100 is out of place",
+       {kC1, kM1},
+       Concat({janeiro, {vazio, zero}, fevereiro}),
+       {sem_figuras[0],
+        sem_figuras[1],
+        {"|1100||C1|1|", 1, 0, 2, "Deveria ter o registro 1110 e não o 1100."}}},
+  };
+  for (const Caso& c : casos) {
+    SCOPED_TRACE(c.name);
+    Arquivo a;
+    a.cod_fin = "3";
+    a.dt_ini = "20250101";
+    a.dt_fin = "20250228";
+    a.registry = c.registry;
+    a.block1 = c.block1;
+    Expect(a, c.expected);
+  }
+}
+
+// A 1100 dated beyond the declared period reports the months other clients
+// lack only up to the 0000 DT_FIN.
+TEST(Block1, NotificationMonthsStopAtTheDeclaredEnd) {
+  const std::string faltou = "Faltou o registro 1100 do Resumo Mensal referente ao mês ";
+  const std::string unico =
+      "Para finalidade 3 só pode existir um único beneficiário de pagamento por arquivo.";
+  struct Caso {
+    std::string name;
+    std::string ini, fin;  // of C3's 1100
+    std::vector<Esperado> expected;
+  };
+  const std::string c3 = "|1100||C3|";
+  const std::vector<Caso> casos = {
+      {"a month inside the period",
+       "20250301",
+       "20250331",
+       {{"|0100|C3|", 1, 2, 2, unico},
+        {c3, 1, 0, 1, faltou + "02 de 2025 para o código de cliente 'C1'."},
+        {"|1990|", 1, 0, 1, faltou + "03 de 2025 para o código de cliente 'C1'."},
+        {"|1990|", 1, 0, 1, faltou + "04 de 2025 para o código de cliente 'C1'."},
+        {"|1990|", 1, 0, 1, faltou + "01 de 2025 para o código de cliente 'C3'."},
+        {"|1990|", 1, 0, 1, faltou + "02 de 2025 para o código de cliente 'C3'."},
+        {"|1990|", 1, 0, 1, faltou + "04 de 2025 para o código de cliente 'C3'."}}},
+      {"a month far beyond it",
+       "99991201",
+       "99991231",
+       {{"|0100|C3|", 1, 2, 2, unico},
+        {c3, 1, 7, 2,
+         "No campo DT_FIN a data final deve ser igual ou inferior a data final 20250430 do campo "
+         "DT_FIN no registro 0000 e não: 99991231."},
+        {c3, 1, 6, 2,
+         "Campo 06 - 'DT_INI - Data inicial das informações para este CNPJ/CPF' contém data "
+         "adiantada."},
+        {c3, 1, 7, 2,
+         "Campo 07 - 'DT_FIN - Data final das informações para este CNPJ/CPF' contém data "
+         "adiantada."},
+        {c3, 1, 0, 1, faltou + "02 de 2025 para o código de cliente 'C1'."},
+        {c3, 1, 0, 1, faltou + "03 de 2025 para o código de cliente 'C1'."},
+        {c3, 1, 0, 1, faltou + "04 de 2025 para o código de cliente 'C1'."},
+        {"|1990|", 1, 0, 1, faltou + "01 de 2025 para o código de cliente 'C3'."},
+        {"|1990|", 1, 0, 1, faltou + "02 de 2025 para o código de cliente 'C3'."},
+        {"|1990|", 1, 0, 1, faltou + "03 de 2025 para o código de cliente 'C3'."},
+        {"|1990|", 1, 0, 1, faltou + "04 de 2025 para o código de cliente 'C3'."}}},
+  };
+  for (const Caso& c : casos) {
+    SCOPED_TRACE(c.name);
+    Arquivo a;
+    a.cod_fin = "3";
+    a.dt_ini = "20250101";
+    a.dt_fin = "20250430";
+    a.registry = {kC1, kC3};
+    a.block1 = {R1100("C1", "0,00", "0", "20250101", "20250131"),
+                R1100("C3", "0,00", "0", c.ini, c.fin)};
+    Expect(a, c.expected);
+  }
+}
+
+// The closing sweep of missing months is skipped once the run holds 3,000
+// findings, warnings included.
+TEST(Block1, NotificationSweepCountsWarningsToo) {
+  struct Caso {
+    int avisos;      // transactions with an unknown brand, one warning each
+    bool varredura;  // the sweep reports February
+  };
+  for (const Caso c : {Caso{2999, true}, Caso{3000, false}}) {
+    SCOPED_TRACE(c.avisos);
+    Arquivo a;
+    a.cod_fin = "3";
+    a.dt_ini = "20250101";
+    a.dt_fin = "20250228";
+    a.registry = {kC1, kM1};
+    const std::string total = Money(c.avisos);
+    a.block1 = {R1100("C1", total, std::to_string(c.avisos), "20250101", "20250131"),
+                R1110("M1", "20250110", total, std::to_string(c.avisos), kCnpjAdq)};
+    for (int i = 0; i < c.avisos; ++i) {
+      char nsu[16];
+      std::snprintf(nsu, sizeof nsu, "N%d", i);
+      a.block1.push_back(R1115(nsu, "0,01", "0", "36"));
+    }
+    Result r = test::ValidateText(test::Lines(a.Lines()));
+    ASSERT_TRUE(r.completed) << r.failure;
+    EXPECT_EQ(r.errors, 0);
+    int faltou = 0;
+    for (const Finding& f : r.findings)
+      faltou += Latin1ToUtf8(f.message).starts_with("Faltou o registro 1100");
+    EXPECT_EQ(r.warnings, c.avisos + faltou);
+    EXPECT_EQ(faltou, c.varredura ? 1 : 0);
+  }
 }
 
 }  // namespace

@@ -68,7 +68,11 @@ struct FieldCopy {
 };
 
 // The latest 1100: read by its group's closing, by the 1110 period check and
-// by the 1110 and 1115 duplicate keys.
+// by the 1110 and 1115 duplicate keys. The identifying texts are always those
+// of the latest 1100. The figures are not: VALOR (with the line and position
+// the closing points at) is stored only by a 1100 whose VALOR is filled, QTD
+// only by one whose QTD is filled, so a 1100 without them leaves the figures
+// of an earlier one in place.
 struct Last1100 {
   bool present = false;
   int64_t line = 0;
@@ -88,7 +92,8 @@ struct Last1100 {
 };
 
 // The latest 1110: read by its group's closing, by the 1115 checks and by
-// the 1120 acquirer finding that is recorded at the 1110's line.
+// the 1120 acquirer finding that is recorded at the 1110's line. Every 1110
+// stores its VALOR; QTD only one whose QTD is filled.
 struct Last1110 {
   bool present = false;
   int64_t line = 0;
@@ -156,7 +161,8 @@ inline constexpr int64_t kCpfQtdMinima = 30;
 using ClientMonth = std::pair<const ClientEntry*, int32_t>;
 
 struct Block1State {
-  // The client of the current 1100 (or 1200), null when none was found.
+  // The client of the last 1100, null when that 1100 named none that block 0
+  // registered. A 1200 does not change it.
   ClientEntry* current_client = nullptr;
 
   Last1100 last_1100;
@@ -231,8 +237,9 @@ void ZerarDistintos(Run& run, Distintos which, int src_line);
 void ZerarContadoresR1110(Run& run, int src_line);
 void ZerarContadoresR1115(Run& run, int src_line);
 
-// True when the last 1100 read had VALOR and QTD both 0 (a finalidade-3 file
-// may then go on without daily totals).
+// True when the last-1100 slot holds VALOR and QTD both 0 (a finalidade-3
+// file may then go on without daily totals). The slot keeps the figures of
+// the latest 1100 that had them filled.
 bool Ultimo1100Zerado(const Run& run);
 
 }  // namespace volp

@@ -52,9 +52,9 @@ void ValidarRegistro_1200(Run& run, Record& rec, int prev_type, int src_line) {
                "arquivo com finalidade 01 - Normal."_l1);
   }
 
-  // 2-4. Partner, client and device. The client becomes the current one, so
-  // that the 1220 that follows is judged against it.
-  b.current_client = nullptr;
+  // 2-4. Partner, client and device: each is only marked as referenced. The
+  // current client stays the one of the last 1100, and the 1220 that follows
+  // is judged against that client, not against this COD_CLIENTE.
   if (Filled(rec, kIpPar)) {
     const std::string_view t = Text(rec, kIpPar);
     if (PartnerEntry* p = run.block0.FindPartner(t)) {
@@ -69,7 +69,6 @@ void ValidarRegistro_1200(Run& run, Record& rec, int prev_type, int src_line) {
     const std::string_view t = Text(rec, kCliente);
     if (ClientEntry* c = run.block0.FindClient(t)) {
       c->referenced = true;
-      b.current_client = c;
     } else {
       run.Report(rec, kCliente, kErro,
                  m("Não existe nenhum registro 0100 com esse COD_CLIENTE '%.*s'."_l1,

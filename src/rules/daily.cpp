@@ -58,9 +58,7 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
   last.cnpj_adqui_field.Set(rec.fields[kAdqui]);
   last.in_distintos = false;
   last.valor = 0;
-  last.qtd = 0;
   last.valor_field.Set(rec.fields[kValor1110]);
-  last.qtd_field.Set(rec.fields[kQtd1110]);
 
   // 1. The capture device.
   const std::string_view mcapt = Text(rec, kMcapt);
@@ -138,9 +136,11 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
   }
   b.contadores_1110.valor += last.valor;
 
-  // 7. QTD; a 1110 without it is not counted.
+  // 7. QTD; a 1110 without it is not counted, and leaves in the slot the QTD
+  // of the 1110 before it, which the closing of this day then compares.
   if (!Filled(rec, kQtd1110)) return;
   last.qtd = LerDigitos(Text(rec, kQtd1110));
+  last.qtd_field.Set(rec.fields[kQtd1110]);
   if (last.qtd == 0 && ctx.finalidade != 3) {
     run.Report(rec, kQtd1110, kErro,
                m("No campo %02d - '%s' o valor é 0!"_l1, 5, rec.def(kQtd1110).name));

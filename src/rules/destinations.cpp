@@ -24,18 +24,24 @@ enum : int { kUfDest = 1, kCnpjDest = 3, kCpfDest = 4, kIdDest = 5 };
 // Field of 1110 that the 1120 acquirer finding points at.
 constexpr int kAdqui1110 = 5;
 
-// The UF rule of 1120 and 1220: true when the record must be reported.
-bool UfDestinoRecusada(Run& run, const Record& rec) {
+// The UF rule of 1120 and 1220: true when the record must be reported. A
+// destination that passes the rule marks the client (`has_dest`: its
+// has-1120 or has-1220 flag), which exempts it from the end-of-file UF check
+// of 0100; one that does not pass (or is not judged at all: no current
+// client, a client without UF, no UF_DEST) exempts nobody.
+bool UfDestinoRecusada(Run& run, const Record& rec, bool ClientEntry::*has_dest) {
   ClientEntry* client = run.block1.current_client;
   if (client == nullptr || client->uf.empty() || !Filled(rec, kUfDest)) return false;
   const std::string_view uf_dest = Text(rec, kUfDest);
   const std::string_view fisco = run.ctx.uf_fisco;
   if (uf_dest == fisco) {
     client->dest_matches_fisco = true;
+    client->*has_dest = true;
     return false;
   }
   if (client->uf == fisco) {
     client->dest_matches_fisco = true;
+    client->*has_dest = true;
     Block1State& b = run.block1;
     auto it = b.ufs.find(uf_dest);
     if (it == b.ufs.end()) it = b.ufs.insert(b.arena.Copy(uf_dest)).first;
@@ -122,10 +128,8 @@ void ValidarRegistro_1120(Run& run, Record& rec, int prev_type, int src_line) {
   Block1State& b = run.block1;
   Msg m;
 
-  if (b.current_client != nullptr) b.current_client->has_1120 = true;
-
   // 1.
-  if (UfDestinoRecusada(run, rec)) ReportarUfDestino(run, rec, "1120");
+  if (UfDestinoRecusada(run, rec, &ClientEntry::has_1120)) ReportarUfDestino(run, rec, "1120");
 
   // 2. One recipient: a CNPJ, a CPF, or an identification for neither.
   VerificarDestinatario(run, rec, kTextos1120);
@@ -146,11 +150,10 @@ void ValidarRegistro_1120(Run& run, Record& rec, int prev_type, int src_line) {
 void ValidarRegistro_1220(Run& run, Record& rec, int prev_type, int src_line) {
   b1::LogEntrada(run, "  ", "1220", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
-  Block1State& b = run.block1;
 
-  if (b.current_client != nullptr) b.current_client->has_1220 = true;
-
-  if (UfDestinoRecusada(run, rec)) ReportarUfDestino(run, rec, "1220");
+  // The client is the current one, that of the last 1100: the 1200 above
+  // only marks its own client as referenced.
+  if (UfDestinoRecusada(run, rec, &ClientEntry::has_1220)) ReportarUfDestino(run, rec, "1220");
 
   VerificarDestinatario(run, rec, kTextos1220);
 }

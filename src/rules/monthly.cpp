@@ -64,14 +64,18 @@ void RegistrarMes(Run& run, const Record& rec, int32_t mes) {
 
   // The months before this one that the other clients with months so far
   // still lack. Each pair is looked at once per client (the watermark), and
-  // reported once (the reported set, shared with the sweep at 1990).
+  // reported once (the reported set, shared with the sweep at 1990). The
+  // range never goes past the declared period (the 0000 DT_FIN): a 1100 dated
+  // far beyond it, already reported for its DT_FIN, must not turn into a
+  // warning for every month up to its date.
   const int32_t inicio = AnoMes(run.ctx.dt_ini);
-  if (inicio != 0) {
+  const int32_t fim = AnoMes(run.ctx.dt_fin);
+  if (inicio != 0 && fim != 0) {
     for (const ClientEntry* c : b.meses_ordem) {
       if (c == client) continue;
       int32_t& visto = b.meses_clientes[c];
       int32_t am = visto >= inicio ? ProximoMes(visto) : inicio;
-      for (; am < mes; am = ProximoMes(am)) {
+      for (; am < mes && am <= fim; am = ProximoMes(am)) {
         visto = am;
         ClientMonth k{c, am};
         if (b.meses.contains(k) || b.meses_reportados.contains(k)) continue;
@@ -102,7 +106,10 @@ void RegistrarMes(Run& run, const Record& rec, int32_t mes) {
 
 // At 1990: every client of the registry, every month of the 0000 period.
 void b1::VarrerMeses(Run& run, const Record& rec) {
-  if (run.TooManyErrors() || run.ctx.finalidade != 3) return;
+  // Skipped once the run holds 3,000 findings of any severity: unlike the
+  // other checks, warnings count here too.
+  if (run.ps.findings.list.size() >= static_cast<size_t>(kMaxErrors) || run.ctx.finalidade != 3)
+    return;
   const int32_t inicio = AnoMes(run.ctx.dt_ini);
   const int32_t fim = AnoMes(run.ctx.dt_fin);
   if (inicio == 0 || fim == 0) return;
@@ -178,8 +185,6 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
   // The group's slot: what the closing of this 1100 and its 1110/1115 read.
   Last1100& last = b.last_1100;
   last.present = true;
-  last.line = ctx.line;
-  last.offset = ctx.offset;
   last.cod_cliente.assign(Text(rec, kCliente));
   last.cod_cliente_filled = Filled(rec, kCliente);
   last.ind_comex.assign(Text(rec, kComex));
@@ -188,10 +193,6 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
   last.dt_ini_filled = Filled(rec, kDtIni);
   last.dt_fin.assign(Text(rec, kDtFin));
   last.dt_fin_filled = Filled(rec, kDtFin);
-  last.valor = 0;
-  last.qtd = 0;
-  last.valor_field.Set(rec.fields[kValor]);
-  last.qtd_field.Set(rec.fields[kQtd]);
 
   // 1-3. Partner and client.
   b.current_client = nullptr;
@@ -332,18 +333,24 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
     b1::RegistroUnico(run, rec, b.r1100, b.r1100_keys, key);
   }
 
-  // 9. VALOR.
+  // 9. VALOR. Only a filled VALOR goes into the slot, with this record's
+  // line and position: an empty one leaves the slot as an earlier 1100 left
+  // it, and the group's closing then compares with that.
   if (Filled(rec, kValor)) {
     last.valor = LerCentavos(Text(rec, kValor));
+    last.line = ctx.line;
+    last.offset = ctx.offset;
+    last.valor_field.Set(rec.fields[kValor]);
     if (last.valor == 0 && ctx.finalidade != 3) {
       run.Report(rec, kValor, kErro,
                  m("No campo %02d - '%s' o valor é 0,00!"_l1, 8, rec.def(kValor).name));
     }
   }
 
-  // 10. QTD.
+  // 10. QTD, likewise kept only when filled.
   if (!Filled(rec, kQtd)) return;
   last.qtd = LerDigitos(Text(rec, kQtd));
+  last.qtd_field.Set(rec.fields[kQtd]);
   if (last.qtd == 0 && ctx.finalidade != 3) {
     run.Report(rec, kQtd, kErro, m("No campo %02d - '%s' o valor é 0!"_l1, 9, rec.def(kQtd).name));
   }
