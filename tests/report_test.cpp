@@ -158,38 +158,48 @@ TEST_F(ReportTest, EmptyOrUnknownValuesAreLeftOut) {
   }
 }
 
-TEST_F(ReportTest, ContentOfFieldsWithInvalidBytesIsLeftOut) {
+// Only the finding that names unrepresentable bytes leaves the content out;
+// any other finding lists it byte for byte, control bytes included (a
+// content is a C text: it ends at a NUL).
+TEST_F(ReportTest, ContentIsLeftOutOnlyForTheUnrepresentableBytesFinding) {
   const std::string marker = "n\xE3o represent\xE1vel na codifica\xE7\xE3o ASC-II";
+  const std::string numeric = "Campo 02 - 'COD_VER' deve ser num\xE9rico.";
   struct Case {
     std::string message;
     std::string content;
-    bool shown;
+    const char* shown;  // the <Conteudo> line's text; null: no such line
   };
   const Case cases[] = {
       {"Campo 06 - 'Nome' cont\xE9m 1 caractere inv\xE1lido " + marker + " - ISO 8859-1 (Latin-1).",
-       "AB", false},
-      {"Campo 02 - 'COD_VER' deve ser num\xE9rico.", std::string("0\x01", 2), false},
-      {"Campo 02 - 'COD_VER' deve ser num\xE9rico.", std::string("0\0", 2), false},
-      {"Campo 02 - 'COD_VER' deve ser num\xE9rico.", "0\x85", false},
-      {"Campo 02 - 'COD_VER' deve ser num\xE9rico.", "0\x7F", false},
-      {"Campo 06 - 'Nome' \xE9 obrigat\xF3rio.", "\xC1gua Clara \xFF", true},
-      // The marker alone is shorter than the message that carries it.
-      {marker.substr(0, 20), "AB", true},
+       "AB", nullptr},
+      {marker, "AB", nullptr},
+      {numeric + " (a)", std::string("0\x01", 2), "0\x01"},
+      {numeric + " (b)", std::string("0\0", 2), "0"},
+      {numeric + " (c)", "0\x85", "0\x85"},
+      {numeric + " (d)", "0\x7F", "0\x7F"},
+      {"Campo 06 - 'Nome' \xE9 obrigat\xF3rio.", "\xC1gua Clara \xFF", "\xC1gua Clara \xFF"},
+      // Part of the marker is not the marker.
+      {marker.substr(0, 38), "AB", "AB"},
   };
   for (const Case& c : cases) {
     const FieldRef field{"Campo", 3, c.content, static_cast<int32_t>(c.content.size())};
     Add(2, kR0000, 1, &field, kErro, c.message);
   }
   const std::string xml = Final();
-  size_t at = 0;
   for (const Case& c : cases) {
-    const size_t begin = xml.find("<Erro>" + c.message + "</Erro>", at);
+    const size_t begin = xml.find("<Erro>" + c.message + "</Erro>");
     ASSERT_NE(begin, std::string::npos) << c.message;
     const size_t end = xml.find("  </Erro>", begin);
     const std::string block = xml.substr(begin, end - begin);
-    EXPECT_EQ(block.find("<Conteudo>") != std::string::npos, c.shown) << c.message;
+    if (c.shown == nullptr) {
+      EXPECT_EQ(block.find("<Conteudo>"), std::string::npos) << c.message;
+    } else {
+      EXPECT_NE(block.find("        <Conteudo>" + std::string(c.shown) + "</Conteudo>\n"),
+                std::string::npos)
+          << c.message << "\n"
+          << block;
+    }
     EXPECT_NE(block.find("<Tamanho>"), std::string::npos);
-    at = end;
   }
 }
 

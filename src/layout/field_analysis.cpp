@@ -100,7 +100,7 @@ int ContarCaracteresInvalidos(std::string_view s) {
   return n;
 }
 
-// The e-mail shape the format has always accepted, as the regular expression
+// The e-mail shape the format accepts, as the regular expression
 //   ^([a-zA-Z0-9_\-\.]+)@([a-zA-Z0-9\-\.]+)\.([a-zA-Z]+)$
 // reads it. Neither character class holds "@", so the user part ends at the
 // first "@". The final letters cannot hold a ".", so whatever split of the

@@ -56,8 +56,8 @@ const UfDef* FindUfByMunicipio(std::string_view codigo) {
 }
 
 int CepPrefix(std::string_view cep) {
-  // Leading digits of the first five characters, as the rules have always
-  // read them: "01310-100" gives 1310, "7A..." gives 7.
+  // The CEP prefix is the number of the leading digits of the first five
+  // characters: "01310-100" gives 1310, "7A..." gives 7.
   int n = 0;
   for (size_t i = 0; i < cep.size() && i < 5; ++i) {
     char c = cep[i];

@@ -1,6 +1,6 @@
 // The layout of the declaration file: one table of fields per record type and
 // the table of the 21 record types, in file order. Constant data; the per-run
-// counters that the original tables carried in spare slots live in the run's
+// counters of each record type (records, findings, time) live in the run's
 // own objects (see validation/context.hpp).
 #pragma once
 

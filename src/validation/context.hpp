@@ -160,8 +160,8 @@ struct Run {
                 const FieldRef* field, int32_t severity, std::string_view message);
 };
 
-// printf into the 300-byte message buffer that every check uses (longer texts
-// are cut, as the format's messages always were).
+// printf into the 300-byte message buffer that every check uses: a message
+// is at most 299 bytes, and a longer text is cut there.
 struct Msg {
   char buf[300];
   const char* operator()(const char* fmt, ...)
