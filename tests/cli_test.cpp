@@ -348,5 +348,27 @@ TEST(Cli, InterruptStopsTheRunWithACancelledReport) {
             std::string::npos);
 }
 
+// A municipality table with its header and no code: the run cannot be done
+// and the CLI says why (the loader's E#C line), not "unknown failure".
+TEST(Cli, TableWithoutCodesSaysWhatFailed) {
+  test::TempDir dir;
+  test::TempDir tables;
+  const std::string file = dir.Write("decl.txt", ExampleText());
+  for (const std::string table :
+       {"UF;Código Município Completo\r\n", "UF;Código Município Completo\r\n35;355030\r\n"}) {
+    SCOPED_TRACE(table);
+    tables.Write("RELATORIO_DTB_BRASIL_MUNICIPIO.csv", test::L1(table));
+    const CliRun run =
+        RunCli({"validate", file, "--today", test::kToday, "--tables", tables.path()});
+    EXPECT_EQ(run.status, 2) << run.out << run.err;
+    EXPECT_NE(run.err.find("E#C9113: O arquivo " + tables.path() +
+                           "/RELATORIO_DTB_BRASIL_MUNICIPIO.csv não contém nenhum código de "
+                           "município válido!"),
+              std::string::npos)
+        << run.err;
+    EXPECT_EQ(run.err.find("unknown failure"), std::string::npos) << run.err;
+  }
+}
+
 }  // namespace
 }  // namespace volp

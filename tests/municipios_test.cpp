@@ -47,6 +47,8 @@ TEST(Municipios, BundledTable) {
 TEST(Municipios, Variants) {
   const std::string bad = "E#C9112: O arquivo %s contém informação inválida no campo ";
   const std::string no_header = "E#C9111: O arquivo %s não contém a linha de cabeçalho na ";
+  const std::string no_codes =
+      "E#C9113: O arquivo %s não contém nenhum código de município válido!";
   struct Case {
     std::string content;  // "-": no file
     size_t codes;         // 0: refused
@@ -60,6 +62,9 @@ TEST(Municipios, Variants) {
       {"UF;Nome;Código Município Completo\n35;a;35503X8\n35;b\n53;d;5300108\n", 1,
        bad + "3 da linha 3!\n"},
       {"UF;Código Município Completo\n35;355030\n", 0, bad + "2 da linha 2!\n"},
+      {"UF;Código Município Completo\n35;355030\n", 0, no_codes},
+      {"UF;Código Município Completo\r\n", 0, no_codes},
+      {"UF;Código Município Completo\r\n\r\n  \r\n", 0, no_codes},
       {"Lista\nUF;Código Município Completo\n35;3550308\n", 0, no_header},
       {"", 0, no_header},
       {"-", 0, "E#C9101: Erro ao tentar abrir o arquivo %s: "},

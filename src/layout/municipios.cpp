@@ -145,7 +145,14 @@ bool Load(const std::string& path, Log& log, Municipios& out) {
     }
     out.Add(code);
   }
-  return out.size() > 0;
+  // A header over no usable line leaves nothing to look codes up in; the
+  // run cannot go on and says why.
+  if (out.size() == 0) {
+    log.Write(0, "E#C9113: O arquivo %s não contém nenhum código de município válido!\n"_l1,
+              path.c_str());
+    return false;
+  }
+  return true;
 }
 
 }  // namespace

@@ -29,8 +29,8 @@ class Municipios {
 };
 
 // Reads "<dir>/RELATORIO_DTB_BRASIL_MUNICIPIO.csv" (dir empty = current
-// directory). Logs E#C9101 / E#C9111 / E#C9112 at level 0 and returns false
-// when the table cannot be used.
+// directory). Logs E#C9101 / E#C9111 / E#C9112 / E#C9113 at level 0 and
+// returns false when the table cannot be used.
 bool LerCodigosMunicipioIBGE(const std::string& dir, Log& log, Municipios& out);
 
 }  // namespace volp
