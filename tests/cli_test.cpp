@@ -348,6 +348,35 @@ TEST(Cli, InterruptStopsTheRunWithACancelledReport) {
             std::string::npos);
 }
 
+// The report goes to the path up to its last "." — a directory's dot
+// counts — and the summary says where that is.
+TEST(Cli, ReportGoesToThePathUpToItsLastDot) {
+  struct Case {
+    std::string dir;   // made under the temporary directory, "" for none
+    std::string file;  // the declaration, relative to the temporary directory
+    std::string report;
+  };
+  const std::vector<Case> cases = {
+      {"", "decl.txt", "decl.validacao.xml"},
+      {"", "decl", "decl.validacao.xml"},
+      {"", "decl.2025.txt", "decl.2025.validacao.xml"},
+      {"lote.2025", "lote.2025/decl", "lote.validacao.xml"},
+      {"lote.2025", "lote.2025/decl.txt", "lote.2025/decl.validacao.xml"},
+      {"", "./decl", ".validacao.xml"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.file);
+    test::TempDir dir;
+    if (!c.dir.empty()) fs::create_directory(dir.path() + "/" + c.dir);
+    dir.Write(c.file, ExampleText());
+    const CliRun run = RunCli(ValidateArgs(c.file), dir.path());
+    EXPECT_EQ(run.status, 0) << run.out << run.err;
+    EXPECT_EQ(LineStartingWith(run.out, "Report:   "), "Report:   " + c.report) << run.out;
+    EXPECT_TRUE(fs::exists(dir.path() + "/" + c.report));
+    EXPECT_EQ(ReportPath(c.file), c.report);
+  }
+}
+
 // A municipality table with its header and no code: the run cannot be done
 // and the CLI says why (the loader's E#C line), not "unknown failure".
 TEST(Cli, TableWithoutCodesSaysWhatFailed) {

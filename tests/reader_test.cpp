@@ -256,11 +256,28 @@ TEST(LineSource, PiecesOfLongLinesAndBlockBoundaries) {
   EXPECT_EQ(digest.size(), 64u);
 }
 
-TEST(ReportName, StemIsCutAtTheLastDotOfTheFileName) {
-  EXPECT_EQ(ReportNameFor("/d/arq.txt"), "/d/arq.validacao.xml");
-  EXPECT_EQ(ReportNameFor("/d/arq.2025.txt"), "/d/arq.2025.validacao.xml");
-  EXPECT_EQ(ReportNameFor("/d.x/arq"), "/d.x/arq.validacao.xml");
-  EXPECT_EQ(ReportNameFor("./arq"), "./arq.validacao.xml");
+// The stem is the path up to its last ".", wherever it is; only the first
+// 999 characters of the path are looked at.
+TEST(ReportName, StemIsCutAtTheLastDotOfTheWholePath) {
+  const std::string longo(995, 'a');
+  const struct {
+    std::string path, report;
+  } cases[] = {
+      {"/d/arq.txt", "/d/arq.validacao.xml"},
+      {"/d/arq.2025.txt", "/d/arq.2025.validacao.xml"},
+      {"/d.x/arq", "/d.validacao.xml"},
+      {"d.x\\arq", "d.validacao.xml"},
+      {"./arq", ".validacao.xml"},
+      {"arq", "arq.validacao.xml"},
+      {"arq.", "arq.validacao.xml"},
+      {"", ".validacao.xml"},
+      {"/d/" + longo + ".txt", "/d/" + longo + ".validacao.xml"},  // its dot is the 999th
+      {"/d.x/" + longo + ".txt", "/d.validacao.xml"},  // its own dot lies past the 999th
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(ReportNameFor(c.path), c.report) << c.path;
+    EXPECT_EQ(ReportPath(c.path), c.report) << c.path;
+  }
 }
 
 TEST(Run, DigestOfTheWholeFileAndCounts) {

@@ -167,7 +167,8 @@ constexpr const char* kValidateFooter = R"(What is checked:
   blocks 0, 1 and 9 with the per-type totals of the 9900 records.
 
 Report:
-  <stem>.validacao.xml beside FILE (<stem> is FILE up to its last "."), in
+  <stem>.validacao.xml, where <stem> is FILE up to its last "." (a dot in a
+  directory name counts: lote.2025/decl gives lote.validacao.xml), in
   ISO 8859-1: every finding with its line, byte position, field and message,
   the counts per record type, the SHA-256 of the file and the verdict
   "Arquivo validado" or "Arquivo possui registros rejeitados". While a large

@@ -1,7 +1,8 @@
 // volp for C++ programs: validate a declaration file and get the verdict, the
 // counters and the findings in memory. Each call is independent of the last
 // (unlike the C entry ValidadorVOLP, whose counters live for the process).
-// The report "<stem>.validacao.xml" is written beside the file as always.
+// The report "<stem>.validacao.xml" is written as by ValidadorVOLP (see
+// ReportPath).
 //
 // Texts (messages, field names, contents) are ISO 8859-1 bytes, as in the
 // report; Latin1ToUtf8 converts one for display.
@@ -83,5 +84,11 @@ struct Result {
 VOLP_API Result Validate(const std::string& path, const Options& options = {});
 
 VOLP_API std::string Latin1ToUtf8(std::string_view latin1);
+
+// Where the report of `path` goes: the path up to its last "." — of the whole
+// path, so a dot in a directory name counts ("dir.x/file" gives
+// "dir.validacao.xml") — followed by ".validacao.xml"; a path without "." is
+// used whole. The working file is this name followed by ".parcial".
+VOLP_API std::string ReportPath(const std::string& path);
 
 }  // namespace volp

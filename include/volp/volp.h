@@ -1,7 +1,8 @@
 /* volp: validator of VOLP declaration files.
  *
  * ValidadorVOLP validates one declaration file and writes its report
- * "<stem>.validacao.xml" beside it (stem = the path up to its last ".").
+ * "<stem>.validacao.xml" (stem = the path up to its last ".", a dot in a
+ * directory name included; the whole path when it has no ".").
  *
  *   arquivo     path of the declaration file
  *   nivelLog    log level as decimal text: 0 errors, 3 progress, 5 records, 7 findings

@@ -78,6 +78,8 @@ Result Validate(const std::string& path, const Options& options) {
   return r;
 }
 
+std::string ReportPath(const std::string& path) { return ReportNameFor(path); }
+
 std::string Latin1ToUtf8(std::string_view latin1) {
   std::string out;
   out.reserve(latin1.size() + latin1.size() / 8);

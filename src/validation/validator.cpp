@@ -124,10 +124,12 @@ int64_t ElapsedUs(int64_t since_ns) { return (platform::NowNs() - since_ns) / 10
 }  // namespace
 
 std::string ReportNameFor(const std::string& path) {
+  // The stem is the path (its first 999 characters) up to its last ".",
+  // wherever that dot is: in a directory name too ("dir.x/file" gives
+  // "dir.validacao.xml"). A path without any "." is the stem as it is.
   std::string stem = path.substr(0, 999);
   const size_t dot = stem.find_last_of('.');
-  const size_t sep = stem.find_last_of("/\\");
-  if (dot != std::string::npos && (sep == std::string::npos || dot > sep)) stem.resize(dot);
+  if (dot != std::string::npos) stem.resize(dot);
   return stem + ".validacao.xml";
 }
 

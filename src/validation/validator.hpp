@@ -25,8 +25,9 @@ struct RunSummary {
 int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
                       const RunOptions& options, RunSummary* summary);
 
-// The report name for a declaration path: the path up to the last "." of its
-// file name, then ".validacao.xml".
+// The report name for a declaration path: the path up to its last "." (of
+// the whole path, a directory's dot included; all of it when it has none),
+// then ".validacao.xml".
 std::string ReportNameFor(const std::string& path);
 
 }  // namespace volp
