@@ -492,6 +492,15 @@ TEST(Block1, CpfMinimums) {
       {"two summaries below it: one finding each, with both reasons",
        Concat({GrupoCpf(1000, 2, "0"), GrupoCpf(1000, 2, "1", "20251203")}),
        {{c2, 1, 3, 2, both}, {c2, 2, 3, 2, both}}},
+      {"a summary without VALOR adds nothing, though its closing compares the VALOR before it",
+       [] {
+         std::vector<std::string> g = GrupoCpf(337500, 30);
+         g[0] = R1100("C2", "", "30");
+         return g;
+       }(),
+       {{c2, 1, 8, 2, "Campo 08 - 'VALOR - Valor total das operações' é obrigatório."},
+        {"|1100||C1|", 1, 8, 2, Soma("1100", "VALOR", "100,00", "3375,00", 1, "1110")},
+        {c2, 1, 3, 2, remove + " O valor total mensal é 0,00 inferior a 3375,00."}}},
       {"extemporaneous summaries do not count",
        [] {
          std::vector<std::string> g = GrupoCpf(337500, 30);

@@ -336,8 +336,10 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
   // 9. VALOR. Only a filled VALOR goes into the slot, with this record's
   // line and position: an empty one leaves the slot as an earlier 1100 left
   // it, and the group's closing then compares with that.
+  int64_t valor = 0;  // this record's own, for the CPF totals
   if (Filled(rec, kValor)) {
-    last.valor = LerCentavos(Text(rec, kValor));
+    valor = LerCentavos(Text(rec, kValor));
+    last.valor = valor;
     last.line = ctx.line;
     last.offset = ctx.offset;
     last.valor_field.Set(rec.fields[kValor]);
@@ -357,7 +359,7 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
 
   // 11. Clients identified by CPF are declared only above a monthly minimum.
   if (!extemporaneo && b.current_client != nullptr && !b.current_client->cpf.empty()) {
-    AcumularCpf(run, rec, last.valor, last.qtd);
+    AcumularCpf(run, rec, valor, last.qtd);
   }
 }
 
