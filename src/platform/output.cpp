@@ -20,20 +20,24 @@ constexpr bool kCrLfText = false;
 
 std::atomic<int64_t> g_fault_at{0};
 std::atomic<int64_t> g_fault_seen{0};
+std::atomic<unsigned> g_fault_ops{0};
 
 }  // namespace
 
-void ArmFault(int64_t k) {
+void ArmFault(int64_t k, unsigned ops) {
+  g_fault_at.store(0);
   g_fault_seen.store(0);
+  g_fault_ops.store(ops);
   g_fault_at.store(k);
 }
 
 int64_t FaultOpsSeen() { return g_fault_seen.load(); }
 
-bool InjectedFault(FaultOp) {
-  const int64_t at = g_fault_at.load(std::memory_order_relaxed);
-  if (at == 0) return false;
-  return g_fault_seen.fetch_add(1) + 1 == at;
+bool InjectedFault(FaultOp op) {
+  // One relaxed load when nothing is armed: this sits on every read of the input.
+  if (g_fault_at.load(std::memory_order_relaxed) == 0) return false;
+  if ((g_fault_ops.load() & FaultBit(op)) == 0) return false;
+  return g_fault_seen.fetch_add(1) + 1 == g_fault_at.load();
 }
 
 bool OutputFile::Fail(int error) {

@@ -110,20 +110,28 @@ bool FileLock::TryLock(const std::string& path, bool* busy, int* error) {
       *error = EIO;
       return false;
     }
-    fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    bool created = false;
+    fd_ = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (fd_ < 0 && errno == ENOENT) {
+      fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+      if (fd_ < 0 && errno == EEXIST) continue;  // another run made it just now
+      created = fd_ >= 0;
+    }
     if (fd_ < 0) {
       *error = errno;
       return false;
     }
-    if (InjectedFault(FaultOp::kLock)) {
-      Release();
-      *busy = true;
-      *error = EWOULDBLOCK;
-      return false;
-    }
-    if (::flock(fd_, LOCK_EX | LOCK_NB) != 0) {
-      *error = errno;
-      *busy = errno == EWOULDBLOCK;
+    int failed = 0;
+    if (InjectedFault(FaultOp::kLock))
+      failed = ENOLCK;
+    else if (::flock(fd_, LOCK_EX | LOCK_NB) != 0)
+      failed = errno;
+    if (failed != 0) {
+      *error = failed;
+      *busy = failed == EWOULDBLOCK;
+      // A file made here for a lock that could not be had for another
+      // reason than a holder is nobody's: it goes.
+      if (created && !*busy) ::unlink(path.c_str());
       Release();
       return false;
     }

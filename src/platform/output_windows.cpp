@@ -148,21 +148,23 @@ bool FileLock::TryLock(const std::string& path, bool* busy, int* error) {
       *error = static_cast<int>(GetLastError());
       return false;
     }
+    const bool created = GetLastError() != ERROR_ALREADY_EXISTS;
     handle_ = h;
-    if (InjectedFault(FaultOp::kLock)) {
-      Release();
-      *busy = true;
-      *error = ERROR_LOCK_VIOLATION;
-      return false;
-    }
+    DWORD failed = 0;
     OVERLAPPED at = {};
     at.Offset = 0;
     at.OffsetHigh = kLockOffsetHigh;
-    if (!LockFileEx(h, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &at)) {
-      const DWORD e = GetLastError();
-      *error = static_cast<int>(e);
-      *busy = e == ERROR_LOCK_VIOLATION || e == ERROR_IO_PENDING;
+    if (InjectedFault(FaultOp::kLock))
+      failed = ERROR_NOT_LOCKED;
+    else if (!LockFileEx(h, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &at))
+      failed = GetLastError();
+    if (failed != 0) {
+      *error = static_cast<int>(failed);
+      *busy = failed == ERROR_LOCK_VIOLATION || failed == ERROR_IO_PENDING;
       Release();
+      // A file made here for a lock that could not be had for another
+      // reason than a holder is nobody's: it goes.
+      if (created && !*busy) DeleteFileA(path.c_str());
       return false;
     }
     if (SameFile(h, path)) return true;

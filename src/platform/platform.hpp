@@ -163,8 +163,12 @@ bool RemoveIfExists(const std::string& path, int* error);
 // k-th one fails as the system would (an I/O error; a full disk for a write;
 // a lock held elsewhere). Arming with 0 switches it off. The count lets a test
 // find how many operations a run makes, and so every point at which it can fail.
+// `ops` narrows the count to some kinds (bits 1 << FaultOp), e.g. the k-th
+// write alone.
 enum class FaultOp { kOpen, kRead, kWrite, kFlush, kClose, kRename, kLock };
-void ArmFault(int64_t k);
+constexpr unsigned FaultBit(FaultOp op) { return 1u << static_cast<unsigned>(op); }
+inline constexpr unsigned kAllFaultOps = 0x7F;
+void ArmFault(int64_t k, unsigned ops = kAllFaultOps);
 int64_t FaultOpsSeen();
 // Called by the platform code before each operation: true when it must fail.
 bool InjectedFault(FaultOp op);

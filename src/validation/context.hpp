@@ -53,6 +53,9 @@ struct RunOptions {
   const std::atomic<bool>* stop_request = nullptr;
   // Called every 100,000 lines with bytes read and the file size.
   std::function<void(int64_t bytes_read, int64_t file_size)> progress;
+  // Bytes read from the file at a time; 0 = the reader's default. Tests vary
+  // it to show that nothing depends on where the blocks end.
+  size_t read_block = 0;
 };
 
 inline constexpr int64_t kLinhasPorDeslocamento = 1000000;

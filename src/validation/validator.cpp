@@ -254,7 +254,7 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
   ctx.previous_state = -1;
   ctx.previous_type = -1;
 
-  LineSource source(file, &sha, &ps.read_ticks);
+  LineSource source(file, &sha, &ps.read_ticks, options.read_block);
   Record rec;  // fields of the current record: views into the block in hand
   std::string_view raw;
   bool have = source.Next(&raw);
