@@ -20,9 +20,11 @@ namespace {
 
 bool Bad(unsigned char c) { return c < 0x20 || c == 0x7F || (c >= 0x80 && c <= 0x9F); }
 
-// The text of element `tag` (its first occurrence), or "" when absent.
+// The text of the header element `tag`, or "" when absent. Looked for as a
+// whole line: messages and contents are written unescaped and may hold any
+// markup, but never a line end.
 std::string Element(const std::string& xml, const std::string& tag) {
-  const std::string open = "<" + tag + ">", close = "</" + tag + ">";
+  const std::string open = "\n    <" + tag + ">", close = "</" + tag + ">\n";
   const size_t a = xml.find(open);
   if (a == std::string::npos) return "";
   const size_t b = xml.find(close, a);
@@ -91,12 +93,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Check(v.find('<') == std::string::npos && v.find('>') == std::string::npos,
           std::string(tag) + " not escaped");
   }
-  for (size_t at = xml.find("<Conteudo>"); at != std::string::npos;
-       at = xml.find("<Conteudo>", at + 1)) {
-    const size_t end = xml.find("</Conteudo>\n", at);
-    Check(end != std::string::npos, "Conteudo not closed");
-    for (size_t i = at + 10; i < end; ++i)
-      Check(!Bad(static_cast<unsigned char>(xml[i])), "a control byte in a field's content");
+  constexpr std::string_view kOpen = "        <Conteudo>", kClose = "</Conteudo>";
+  for (size_t at = 0; at < xml.size();) {
+    size_t end = xml.find('\n', at);
+    if (end == std::string::npos) end = xml.size();
+    const std::string_view line(xml.data() + at, end - at);
+    if (line.starts_with(kOpen)) {
+      Check(line.ends_with(kClose), "Conteudo not closed on its line");
+      for (size_t i = kOpen.size(); i + kClose.size() < line.size(); ++i)
+        Check(!Bad(static_cast<unsigned char>(line[i])), "a control byte in a field's content");
+    }
+    at = end + 1;
   }
   return 0;
 }
