@@ -53,7 +53,7 @@ for round in 1 2 3 4 5; do
   fi
 done
 if [ "$overlapped" -eq 0 ]; then
-  echo "two_runs: FAIL the runs never overlapped (the machine is too fast for the file size)"
+  echo "two_runs: FAIL the second run never stopped on the first one's claim (no lock, or the runs never overlapped)"
   failures=$((failures + 1))
 fi
 echo "two_runs: $failures failures"
