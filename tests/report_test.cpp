@@ -40,10 +40,7 @@ class ReportTest : public ::testing::Test {
     run.ctx.start_ns = platform::NowNs();
     run.ctx.start_time = std::time(nullptr);
   }
-  ~ReportTest() override {
-    if (run.ctx.report_file != nullptr) std::fclose(run.ctx.report_file);
-    fs::remove_all(dir);
-  }
+  ~ReportTest() override { fs::remove_all(dir); }
 
   void Add(int64_t line, int type, int32_t field_index, const FieldRef* field, int32_t severity,
            const std::string& message) {

@@ -55,7 +55,7 @@ constexpr uint32_t Pack4(const char* c) {
 
 struct PackedCodes {
   uint32_t code[kRecordTypeCount];
-  constexpr PackedCodes() : code{} {
+  PackedCodes() : code{} {
     for (int i = 0; i < kRecordTypeCount; ++i) code[i] = Pack4(kRecordTypes[i].code);
   }
 };

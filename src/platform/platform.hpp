@@ -5,7 +5,9 @@
 
 #include <cstdint>
 #include <ctime>
+#include <memory>
 #include <string>
+#include <string_view>
 
 #if defined(_MSC_VER)
 #include <intrin.h>
@@ -68,5 +70,107 @@ class InputFile {
   int fd_ = -1;
   void* handle_ = nullptr;  // Windows HANDLE
 };
+
+// What a path names, without opening it (opening a FIFO with no writer would
+// wait forever).
+enum class FileKind { kMissing, kRegular, kDirectory, kOther };
+FileKind KindOf(const std::string& path);
+
+// A file the validator writes (the report, its working file, the summary).
+// Bytes go through a buffer of its own; every write, flush and close is
+// checked, and the first failure sticks: once failed, the file takes no more
+// bytes and Close() reports it, so a caller that checks Close() never takes a
+// cut file for a whole one. Text files end their lines in CR LF on Windows
+// (an LF written is translated) and in LF elsewhere.
+class OutputFile {
+ public:
+  OutputFile() = default;
+  ~OutputFile();  // closes without checking: call Close() to know
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  // Opens `path` for writing, creating it when missing; an existing file is
+  // emptied unless `keep` is set. False with the system error.
+  bool Open(const std::string& path, bool text, bool keep, int* error);
+  // Drops everything written so far: the file is empty and writing starts
+  // again at its beginning (the buffer is dropped too).
+  bool Restart();
+  void Put(std::string_view bytes);
+  void Printf(const char* fmt, ...)
+#if defined(__GNUC__)
+      __attribute__((format(printf, 2, 3)))
+#endif
+      ;
+  // Hands the buffered bytes to the system.
+  bool Flush();
+  // Flush() and then waits until the bytes are on the disk, so that a rename
+  // that follows never publishes a file whose bytes were lost in a crash.
+  bool Sync();
+  // Flush() and close; false when this or any earlier operation failed.
+  bool Close();
+
+  bool is_open() const { return open_; }
+  bool ok() const { return error_ == 0; }
+  int error() const { return error_; }  // the first failure's system error
+  int descriptor() const { return fd_; }
+
+ private:
+  bool Fail(int error);
+  bool WriteOut(const char* p, size_t n);  // straight to the system
+  void CloseQuietly();
+
+  static constexpr size_t kBufferSize = 1 << 16;
+  std::unique_ptr<char[]> buf_;
+  size_t used_ = 0;
+  bool open_ = false;
+  bool text_ = false;
+  int error_ = 0;
+  int fd_ = -1;
+  void* handle_ = nullptr;  // Windows HANDLE
+};
+
+// An exclusive lock on a file, taken without waiting and held until Release()
+// (or the end of the process): the claim of one run on its working file.
+// Only other FileLocks are kept out; readers and writers of the file are not.
+class FileLock {
+ public:
+  FileLock() = default;
+  ~FileLock();
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+
+  // Takes the lock on `path`, creating an empty file when none is there. On
+  // failure `*busy` tells whether another process holds it. The lock is on
+  // the file the name leads to when it is taken: a file renamed away while
+  // its holder finished is never taken in its place.
+  bool TryLock(const std::string& path, bool* busy, int* error);
+  void Release();
+  bool held() const { return fd_ >= 0 || handle_ != nullptr; }
+
+ private:
+  int fd_ = -1;
+  void* handle_ = nullptr;  // Windows HANDLE
+};
+
+// Puts `from` in place of `to` in one step: `to` is either the old file or
+// the new one, never a mixture, whatever happens. False with the system error.
+bool RenameOver(const std::string& from, const std::string& to, int* error);
+// Removes a file; true when it is gone (also when it never existed).
+bool RemoveIfExists(const std::string& path, int* error);
+
+// Test-only fault injection. Every open, read, write, flush, close, rename and
+// lock that the platform layer makes is counted while a fault is armed; the
+// k-th one fails as the system would (an I/O error; a full disk for a write;
+// a lock held elsewhere). Arming with 0 switches it off. The count lets a test
+// find how many operations a run makes, and so every point at which it can fail.
+// `ops` narrows the count to some kinds (bits 1 << FaultOp), e.g. the k-th
+// write alone.
+enum class FaultOp { kOpen, kRead, kWrite, kFlush, kClose, kRename, kLock };
+constexpr unsigned FaultBit(FaultOp op) { return 1u << static_cast<unsigned>(op); }
+inline constexpr unsigned kAllFaultOps = 0x7F;
+void ArmFault(int64_t k, unsigned ops = kAllFaultOps);
+int64_t FaultOpsSeen();
+// Called by the platform code before each operation: true when it must fail.
+bool InjectedFault(FaultOp op);
 
 }  // namespace volp::platform

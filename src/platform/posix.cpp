@@ -114,11 +114,25 @@ bool InputFile::Stat(const std::string& path, int64_t* size, bool* is_dir, int* 
 }
 
 bool InputFile::Open(const std::string& path, int* error) {
-  fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (InjectedFault(FaultOp::kOpen)) {
+    *error = EIO;
+    return false;
+  }
+  // Opened without waiting: a FIFO put in the file's place after it was
+  // looked at would otherwise hold the open until a writer came. Anything
+  // but a regular file is refused.
+  fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd_ < 0) {
     *error = errno;
     return false;
   }
+  struct stat st {};
+  if (::fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode)) {
+    *error = S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
+    Close();
+    return false;
+  }
+  ::fcntl(fd_, F_SETFL, ::fcntl(fd_, F_GETFL) & ~O_NONBLOCK);
 #if defined(POSIX_FADV_SEQUENTIAL)
   ::posix_fadvise(fd_, 0, 0, POSIX_FADV_SEQUENTIAL);
 #endif
@@ -126,6 +140,10 @@ bool InputFile::Open(const std::string& path, int* error) {
 }
 
 int64_t InputFile::Read(char* buf, int64_t n) {
+  if (InjectedFault(FaultOp::kRead)) {
+    errno = EIO;
+    return -1;
+  }
   for (;;) {
     ssize_t r = ::read(fd_, buf, static_cast<size_t>(n));
     if (r < 0 && errno == EINTR) continue;

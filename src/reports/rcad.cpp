@@ -12,9 +12,7 @@
 //
 // Values are the file's own field texts; they hold no "|" (the splitter cut
 // at every one), so no quoting is needed.
-#include <cerrno>
 #include <cinttypes>
-#include <cstdio>
 
 #include "layout/tables.hpp"
 #include "platform/platform.hpp"
@@ -39,34 +37,34 @@ int GerarArquivoRCAD(Run& run, const std::string& stem) {
   const ProcessState& ps = run.ps;
   const std::string name = stem + ".rcad.txt";
 
-  std::FILE* f = std::fopen(name.c_str(), "wb");
-  if (f == nullptr) {
-    const int error = platform::LastError();
+  platform::OutputFile f;
+  int error = 0;
+  if (!f.Open(name, false, false, &error)) {
     run.log.Write(0, "E#C9107: Erro ao tentar criar o arquivo %s: %d - %s\n", name.c_str(), error,
                   platform::ErrorText(error).c_str());
     return 1;
   }
 
   const int64_t read = c.records_read_at_end != 0 ? c.records_read_at_end : c.records_read;
-  std::fprintf(f, "|VOLP|%s|%" PRId64 "|%" PRId64 "|%s|\n", VOLP_VERSION_TEXT, c.file_size, read,
-               c.sha256.c_str());
-  std::fprintf(f, "|0000|%s|%s|%s|%s|%s|%s|%s|%s|%s|\n", c.cod_ver.c_str(),
-               CodeText(c.finalidade).c_str(), c.uf_fisco.c_str(), c.cnpj.c_str(), c.nome.c_str(),
-               c.dt_ini.c_str(), c.dt_fin.c_str(), CodeText(c.tp_amb).c_str(), c.mes_val.c_str());
-  std::fprintf(f, "|0005|%s|%s|%s|%s|%s|%s|\n", c.endereco.c_str(), c.cep.c_str(),
-               c.contato.c_str(), c.telefone.c_str(), c.email.c_str(), c.uf.c_str());
+  f.Printf("|VOLP|%s|%" PRId64 "|%" PRId64 "|%s|\n", VOLP_VERSION_TEXT, c.file_size, read,
+           c.sha256.c_str());
+  f.Printf("|0000|%s|%s|%s|%s|%s|%s|%s|%s|%s|\n", c.cod_ver.c_str(), CodeText(c.finalidade).c_str(),
+           c.uf_fisco.c_str(), c.cnpj.c_str(), c.nome.c_str(), c.dt_ini.c_str(), c.dt_fin.c_str(),
+           CodeText(c.tp_amb).c_str(), c.mes_val.c_str());
+  f.Printf("|0005|%s|%s|%s|%s|%s|%s|\n", c.endereco.c_str(), c.cep.c_str(), c.contato.c_str(),
+           c.telefone.c_str(), c.email.c_str(), c.uf.c_str());
   for (int i = 0; i < kRecordTypeCount; ++i) {
     const int64_t n = ps.findings.per_type[i].count;
-    if (n != 0) std::fprintf(f, "|QTD|%s|%" PRId64 "|\n", kRecordTypes[i].code, n);
+    if (n != 0) f.Printf("|QTD|%s|%" PRId64 "|\n", kRecordTypes[i].code, n);
   }
-  std::fprintf(f, "|TOTAL|%" PRId64 "|%" PRId64 "|\n", ps.known_records, ps.findings.warnings);
+  f.Printf("|TOTAL|%" PRId64 "|%" PRId64 "|\n", ps.known_records, ps.findings.warnings);
 
-  const bool ok = std::ferror(f) == 0;
-  const int error = ok ? 0 : errno;
-  if (std::fclose(f) != 0 || !ok) {
-    const int e = error != 0 ? error : platform::LastError();
+  if (!f.Close()) {
+    // A summary cut short would pass for a whole one: none is left.
+    const int e = f.error();
     run.log.Write(0, "E#C9107: Erro ao tentar criar o arquivo %s: %d - %s\n", name.c_str(), e,
                   platform::ErrorText(e).c_str());
+    platform::RemoveFile(name);
     return 1;
   }
   return 0;

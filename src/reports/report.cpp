@@ -4,10 +4,15 @@
 // the report name never sees a half-written document: partial writes during
 // the reading refresh the working file, the final write leaves it open so the
 // summary file's writing time can still be added, and the completing write
-// closes it and copies it over the report name.
+// finishes it, waits until it is on the disk and renames it over the report
+// name. Every write, flush and close is checked: a document that did not get
+// out whole is never put in place, and a failed write leaves the working file
+// empty rather than cut short. The previous report stays until the new one
+// replaces it whole.
 //
 // All texts are Latin-1 bytes already (the input's own bytes and the _l1
-// literals); the file is written in binary so every line ends in "\n" alone.
+// literals); the working file is a text file, so its lines end in "\n" here
+// and in CR LF on Windows.
 #include "reports/report.hpp"
 
 #include <algorithm>
@@ -35,14 +40,6 @@ constexpr int kCreateAttempts = 10;
 constexpr int kCreateRetryMs = 10;
 constexpr std::time_t kPartialIntervalS = 5;
 
-int Descriptor(std::FILE* f) {
-#if defined(_WIN32)
-  return _fileno(f);
-#else
-  return fileno(f);
-#endif
-}
-
 // The versions are looked up once per process. This build knows its own
 // version; there is no transmitter program beside it to read one from, so
 // that element stays out of the report.
@@ -53,34 +50,54 @@ void LoadVersions(ProcessState& ps) {
   ps.versions_loaded = true;
 }
 
-std::FILE* CreateWorkingFile(Run& run, const std::string& name) {
+// Creates (or empties) the working file; false after 10 failed attempts.
+bool CreateWorkingFile(Run& run, platform::OutputFile& f) {
+  const std::string& name = run.ctx.report_work_name;
   int error = 0;
   for (int attempt = 0; attempt < kCreateAttempts; ++attempt) {
-    std::FILE* f = std::fopen(name.c_str(), "wb");
-    if (f != nullptr) {
-      run.log.Write(3, "Abriu %s com descritor: %d\n", name.c_str(), Descriptor(f));
-      return f;
+    if (f.Open(name, true, false, &error)) {
+      run.log.Write(3, "Abriu %s com descritor: %d\n", name.c_str(), f.descriptor());
+      return true;
     }
-    error = platform::LastError();
     run.log.Write(3, "E#C9105: Erro ao tentar criar o arquivo %s na tentativa %d: %s\n",
                   name.c_str(), attempt, platform::ErrorText(error).c_str());
     platform::SleepMs(kCreateRetryMs);
   }
   run.log.Write(0, "E#C9104: Erro ao tentar criar o arquivo %s após %d tentativas: %s\n"_l1,
                 name.c_str(), kCreateAttempts, platform::ErrorText(error).c_str());
-  return nullptr;
+  return false;
 }
 
-void CloseWorkingFile(Run& run, std::FILE* f) {
-  const int fd = Descriptor(f);
-  std::fclose(f);
+// A write, flush or close of the working file failed (a full disk, an I/O
+// error): the document on disk is cut short.
+void LogWriteFailure(Run& run, int error) {
+  run.log.Write(0, "E#C9121: Erro ao tentar gravar o arquivo %s: %s\n",
+                run.ctx.report_work_name.c_str(), platform::ErrorText(error).c_str());
+}
+
+// Closes the working file and checks that every byte got there.
+bool CloseWorkingFile(Run& run, platform::OutputFile& f) {
+  const int fd = f.descriptor();
+  if (!f.Close()) {
+    LogWriteFailure(run, f.error());
+    return false;
+  }
   run.log.Write(3, "Fechou %s com descritor: %d\n", run.ctx.report_work_name.c_str(), fd);
+  return true;
+}
+
+// What a failed write leaves is no document: the working file is emptied, so
+// that whoever reads it for progress finds nothing rather than a cut report.
+void EmptyWorkingFile(Run& run) {
+  platform::OutputFile f;
+  int error = 0;
+  if (f.Open(run.ctx.report_work_name, true, false, &error)) f.Close();
 }
 
 // "    <Tag>value</Tag>" for the optional values of the file's header, left
 // out when empty.
-void Optional(std::FILE* f, const char* tag, const std::string& value) {
-  if (!value.empty()) std::fprintf(f, "    <%s>%s</%s>\n", tag, value.c_str(), tag);
+void Optional(platform::OutputFile& f, const char* tag, const std::string& value) {
+  if (!value.empty()) f.Printf("    <%s>%s</%s>\n", tag, value.c_str(), tag);
 }
 
 // The field analysis reports a field holding bytes that have no place in
@@ -106,31 +123,29 @@ const char* SeverityText(int32_t severity) {
 
 int64_t RecordsTotal(const ProcessState& ps) { return ps.known_records + ps.unknown_records; }
 
-void WriteHeader(std::FILE* f, const Run& run) {
+void WriteHeader(platform::OutputFile& f, const Run& run) {
   const ValidationContext& c = run.ctx;
   const ProcessState& ps = run.ps;
-  std::fputs("<?xml version=\"1.0\" encoding=\"iso-8859-1\"?>\n<VOLP>\n  <DadosDLL>\n", f);
-  std::fprintf(f, "    <VersaoDLL>%s</VersaoDLL>\n", ps.version_dll.c_str());
+  f.Put("<?xml version=\"1.0\" encoding=\"iso-8859-1\"?>\n<VOLP>\n  <DadosDLL>\n");
+  f.Printf("    <VersaoDLL>%s</VersaoDLL>\n", ps.version_dll.c_str());
   if (!ps.version_zulkop.empty())
-    std::fprintf(f, "    <VersaoZulKop>%s</VersaoZulKop>\n", ps.version_zulkop.c_str());
-  std::fputs("  </DadosDLL>\n  <DadosArquivo>\n", f);
+    f.Printf("    <VersaoZulKop>%s</VersaoZulKop>\n", ps.version_zulkop.c_str());
+  f.Put("  </DadosDLL>\n  <DadosArquivo>\n");
   const int64_t read = c.records_read_at_end != 0 ? c.records_read_at_end : c.records_read;
-  std::fprintf(f, "    <NomeArquivo>%s</NomeArquivo>\n", c.path.c_str());
-  std::fprintf(f, "    <TamanhoArquivo>%" PRId64 "</TamanhoArquivo>\n", c.file_size);
-  std::fprintf(f, "    <NumeroRegistrosInformado>%" PRId64 "</NumeroRegistrosInformado>\n",
-               c.declared_lines);
-  std::fprintf(f, "    <NumeroRegistrosLido>%" PRId64 "</NumeroRegistrosLido>\n", read);
-  std::fprintf(f, "    <NumeroRegistrosTotal>%" PRId64 "</NumeroRegistrosTotal>\n",
-               RecordsTotal(ps));
-  std::fprintf(f, "    <MaiorTamanhoRegistro>%" PRId64 "</MaiorTamanhoRegistro>\n", c.longest);
-  std::fprintf(f, "    <MedioTamanhoRegistro>%d</MedioTamanhoRegistro>\n", c.average);
-  std::fprintf(f, "    <MenorTamanhoRegistro>%" PRId64 "</MenorTamanhoRegistro>\n", c.shortest);
-  std::fprintf(f, "    <sha256Arquivo>%s</sha256Arquivo>\n", c.sha256.c_str());
+  f.Printf("    <NomeArquivo>%s</NomeArquivo>\n", c.path.c_str());
+  f.Printf("    <TamanhoArquivo>%" PRId64 "</TamanhoArquivo>\n", c.file_size);
+  f.Printf("    <NumeroRegistrosInformado>%" PRId64 "</NumeroRegistrosInformado>\n",
+           c.declared_lines);
+  f.Printf("    <NumeroRegistrosLido>%" PRId64 "</NumeroRegistrosLido>\n", read);
+  f.Printf("    <NumeroRegistrosTotal>%" PRId64 "</NumeroRegistrosTotal>\n", RecordsTotal(ps));
+  f.Printf("    <MaiorTamanhoRegistro>%" PRId64 "</MaiorTamanhoRegistro>\n", c.longest);
+  f.Printf("    <MedioTamanhoRegistro>%d</MedioTamanhoRegistro>\n", c.average);
+  f.Printf("    <MenorTamanhoRegistro>%" PRId64 "</MenorTamanhoRegistro>\n", c.shortest);
+  f.Printf("    <sha256Arquivo>%s</sha256Arquivo>\n", c.sha256.c_str());
 
   Optional(f, "VersaoLayout", c.cod_ver);
   if (c.finalidade >= 1 && c.finalidade <= kFinalidadeCount)
-    std::fprintf(f, "    <FinalidadeArquivo>%s</FinalidadeArquivo>\n",
-                 kFinalidades[c.finalidade - 1]);
+    f.Printf("    <FinalidadeArquivo>%s</FinalidadeArquivo>\n", kFinalidades[c.finalidade - 1]);
   Optional(f, "UF_Fisco", c.uf_fisco);
   Optional(f, "CNPJ_Instituicao", c.cnpj);
   // The four free texts typed by people are the only escaped values.
@@ -142,22 +157,22 @@ void WriteHeader(std::FILE* f, const Run& run) {
   Optional(f, "DataInicial", c.dt_ini);
   Optional(f, "DataFinal", c.dt_fin);
   if (c.tp_amb == 1 || c.tp_amb == 2)
-    std::fprintf(f, "    <TipoAmbiente>%s</TipoAmbiente>\n", kAmbientes[c.tp_amb - 1]);
+    f.Printf("    <TipoAmbiente>%s</TipoAmbiente>\n", kAmbientes[c.tp_amb - 1]);
   Optional(f, "UF_Instituicao", c.uf);
   Optional(f, "AnoMesValidacao", c.mes_val);
 
   if (!c.line_offsets.empty()) {
-    std::fputs("    <CacheLinhas>\n", f);
-    std::fprintf(f, "      <LinhasPorDeslocamento>%" PRId64 "</LinhasPorDeslocamento>\n",
-                 kLinhasPorDeslocamento);
+    f.Put("    <CacheLinhas>\n");
+    f.Printf("      <LinhasPorDeslocamento>%" PRId64 "</LinhasPorDeslocamento>\n",
+             kLinhasPorDeslocamento);
     for (int64_t off : c.line_offsets)
-      std::fprintf(f, "      <Deslocamento>%" PRId64 "</Deslocamento>\n", off);
-    std::fputs("    </CacheLinhas>\n", f);
+      f.Printf("      <Deslocamento>%" PRId64 "</Deslocamento>\n", off);
+    f.Put("    </CacheLinhas>\n");
   }
-  std::fputs("  </DadosArquivo>\n", f);
+  f.Put("  </DadosArquivo>\n");
 }
 
-void WriteFindings(std::FILE* f, const FindingsCollector& fc) {
+void WriteFindings(platform::OutputFile& f, const FindingsCollector& fc) {
   if (fc.list.empty()) return;
   // Sorted by line through a stable index sort: the findings of one line
   // keep the order in which they were found, so the same file always gives
@@ -167,82 +182,81 @@ void WriteFindings(std::FILE* f, const FindingsCollector& fc) {
   std::stable_sort(order.begin(), order.end(),
                    [&](uint32_t a, uint32_t b) { return fc.list[a].line < fc.list[b].line; });
 
-  std::fputs("  <Criticas>\n", f);
+  f.Put("  <Criticas>\n");
   for (uint32_t i : order) {
     const Finding& e = fc.list[i];
-    std::fputs("  <Erro>\n", f);
-    std::fprintf(f, "      <TR>%s</TR>\n", e.record_type.c_str());
-    std::fprintf(f, "      <Linha>%" PRId64 "</Linha>\n", e.line);
-    std::fprintf(f, "      <PosicaoNoArquivo>%" PRId64 "</PosicaoNoArquivo>\n", e.offset);
+    f.Put("  <Erro>\n");
+    f.Printf("      <TR>%s</TR>\n", e.record_type.c_str());
+    f.Printf("      <Linha>%" PRId64 "</Linha>\n", e.line);
+    f.Printf("      <PosicaoNoArquivo>%" PRId64 "</PosicaoNoArquivo>\n", e.offset);
     // Messages and contents go out as they are; only the header's free texts
     // are escaped.
-    std::fprintf(f, "      <Erro>%s</Erro>\n", e.message.c_str());
-    std::fprintf(f, "      <TipoErro>%s</TipoErro>\n", SeverityText(e.severity));
+    f.Printf("      <Erro>%s</Erro>\n", e.message.c_str());
+    f.Printf("      <TipoErro>%s</TipoErro>\n", SeverityText(e.severity));
     if (e.field_number != 0) {
-      std::fputs("      <Campo>\n", f);
+      f.Put("      <Campo>\n");
       if (!e.field_name.empty())
-        std::fprintf(f, "        <Denominacao>%s</Denominacao>\n", e.field_name.c_str());
-      std::fprintf(f, "        <Numero>%d</Numero>\n", e.field_number);
-      std::fprintf(f, "        <PosicaoNoRegistro>%d</PosicaoNoRegistro>\n", e.column);
-      if (!OmitContent(e)) std::fprintf(f, "        <Conteudo>%s</Conteudo>\n", e.content.c_str());
-      std::fprintf(f, "        <Tamanho>%d</Tamanho>\n", e.length);
-      std::fputs("      </Campo>\n", f);
+        f.Printf("        <Denominacao>%s</Denominacao>\n", e.field_name.c_str());
+      f.Printf("        <Numero>%d</Numero>\n", e.field_number);
+      f.Printf("        <PosicaoNoRegistro>%d</PosicaoNoRegistro>\n", e.column);
+      if (!OmitContent(e)) f.Printf("        <Conteudo>%s</Conteudo>\n", e.content.c_str());
+      f.Printf("        <Tamanho>%d</Tamanho>\n", e.length);
+      f.Put("      </Campo>\n");
     }
-    std::fputs("  </Erro>\n", f);
+    f.Put("  </Erro>\n");
   }
-  std::fputs("  </Criticas>\n", f);
+  f.Put("  </Criticas>\n");
 }
 
 // The per-type table; returns the sum of the handling times.
-int64_t WriteTypeSummary(std::FILE* f, const Run& run) {
+int64_t WriteTypeSummary(platform::OutputFile& f, const Run& run) {
   const ProcessState& ps = run.ps;
   const FindingsCollector& fc = ps.findings;
   int64_t time_us = 0;
-  std::fputs("  <Resumo>\n    <Registros>\n", f);
+  f.Put("  <Resumo>\n    <Registros>\n");
   for (int i = 0; i < kRecordTypeCount; ++i) {
     const TypeCounters& t = fc.per_type[i];
     const char* code = kRecordTypes[i].code;
-    std::fprintf(f, "      <TR%s>\n", code);
-    std::fprintf(f, "        <QtdValidos>%" PRId64 "</QtdValidos>\n", t.count - t.rejected);
-    std::fprintf(f, "        <QtdRejeitados>%" PRId64 "</QtdRejeitados>\n", t.rejected);
-    std::fprintf(f, "        <Total>%" PRId64 "</Total>\n", t.count);
-    std::fprintf(f, "        <QtdAdvertencias>%" PRId64 "</QtdAdvertencias>\n", t.warnings);
-    std::fprintf(f, "        <QtdErros>%" PRId64 "</QtdErros>\n", t.errors);
-    std::fprintf(f, "        <TempoTotalProcessamento>%" PRId64 "</TempoTotalProcessamento>\n",
-                 t.time_us);
-    std::fprintf(f, "      </TR%s>\n", code);
+    f.Printf("      <TR%s>\n", code);
+    f.Printf("        <QtdValidos>%" PRId64 "</QtdValidos>\n", t.count - t.rejected);
+    f.Printf("        <QtdRejeitados>%" PRId64 "</QtdRejeitados>\n", t.rejected);
+    f.Printf("        <Total>%" PRId64 "</Total>\n", t.count);
+    f.Printf("        <QtdAdvertencias>%" PRId64 "</QtdAdvertencias>\n", t.warnings);
+    f.Printf("        <QtdErros>%" PRId64 "</QtdErros>\n", t.errors);
+    f.Printf("        <TempoTotalProcessamento>%" PRId64 "</TempoTotalProcessamento>\n", t.time_us);
+    f.Printf("      </TR%s>\n", code);
     time_us += t.time_us;
   }
   const int64_t total = RecordsTotal(ps);
   // The valid count of the file adds the unknown-type records instead of
   // taking them away; the figure is defined this way and readers of the
   // report compare it.
-  std::fputs("      <TotalTRs>\n", f);
-  std::fprintf(f, "        <QtdValidos>%" PRId64 "</QtdValidos>\n",
-               ps.unknown_records - fc.rejected_lines + total);
-  std::fprintf(f, "        <QtdAdvertencias>%" PRId64 "</QtdAdvertencias>\n", fc.warnings);
+  f.Put("      <TotalTRs>\n");
+  f.Printf("        <QtdValidos>%" PRId64 "</QtdValidos>\n",
+           ps.unknown_records - fc.rejected_lines + total);
+  f.Printf("        <QtdAdvertencias>%" PRId64 "</QtdAdvertencias>\n", fc.warnings);
   // These four lines are indented by seven spaces, not eight: the layout of
   // the report requires it.
-  std::fprintf(f, "       <QtdRejeitados>%" PRId64 "</QtdRejeitados>\n", fc.rejected_lines);
-  std::fprintf(f, "       <QtdErros>%" PRId64 "</QtdErros>\n", fc.errors);
-  std::fprintf(f, "       <QtdInvalidos>%" PRId64 "</QtdInvalidos>\n", ps.unknown_records);
-  std::fprintf(f, "       <Total>%" PRId64 "</Total>\n", total);
-  std::fputs("      </TotalTRs>\n    </Registros>\n", f);
+  f.Printf("       <QtdRejeitados>%" PRId64 "</QtdRejeitados>\n", fc.rejected_lines);
+  f.Printf("       <QtdErros>%" PRId64 "</QtdErros>\n", fc.errors);
+  f.Printf("       <QtdInvalidos>%" PRId64 "</QtdInvalidos>\n", ps.unknown_records);
+  f.Printf("       <Total>%" PRId64 "</Total>\n", total);
+  f.Put("      </TotalTRs>\n    </Registros>\n");
   return time_us;
 }
 
-void WriteVerdict(std::FILE* f, Run& run, int mode) {
+void WriteVerdict(platform::OutputFile& f, Run& run, int mode) {
   const ValidationContext& c = run.ctx;
   const ProcessState& ps = run.ps;
-  std::fputs("    <ParecerFinal>\n", f);
+  f.Put("    <ParecerFinal>\n");
   if (ps.findings.rejected_lines != 0) {
-    std::fputs("      <ArquivoValido>2</ArquivoValido>\n", f);
-    std::fputs("      <SituacaoArquivo>Arquivo possui registros rejeitados</SituacaoArquivo>\n", f);
+    f.Put("      <ArquivoValido>2</ArquivoValido>\n");
+    f.Put("      <SituacaoArquivo>Arquivo possui registros rejeitados</SituacaoArquivo>\n");
   } else if (mode == kFinal) {
-    std::fputs("      <ArquivoValido>0</ArquivoValido>\n", f);
-    std::fputs("      <SituacaoArquivo>Arquivo validado</SituacaoArquivo>\n", f);
+    f.Put("      <ArquivoValido>0</ArquivoValido>\n");
+    f.Put("      <SituacaoArquivo>Arquivo validado</SituacaoArquivo>\n");
   } else {
-    std::fputs("      <ArquivoValido>2</ArquivoValido>\n", f);
+    f.Put("      <ArquivoValido>2</ArquivoValido>\n");
   }
 
   if (mode == kParcial) {
@@ -250,45 +264,61 @@ void WriteVerdict(std::FILE* f, Run& run, int mode) {
     const int64_t elapsed_s = static_cast<int64_t>(std::time(nullptr) - c.start_time);
     const std::string progress =
         SituacaoValidacao(c.end_offset, c.file_size, RecordsTotal(ps), elapsed_us, elapsed_s);
-    std::fprintf(f, "      <SituacaoValidacao>%s</SituacaoValidacao>\n", progress.c_str());
-    std::fprintf(f, "      <PID>%d</PID>\n", platform::ProcessId());
+    f.Printf("      <SituacaoValidacao>%s</SituacaoValidacao>\n", progress.c_str());
+    f.Printf("      <PID>%d</PID>\n", platform::ProcessId());
     run.log.Write(3, "QtTotal: %" PRId64 " TotalTempoValidador: %" PRId64 "\n", RecordsTotal(ps),
                   elapsed_us);
   } else if (ps.stop) {
-    std::fputs("      <SituacaoValidacao>Validação Cancelada</SituacaoValidacao>\n"_l1, f);
+    f.Put("      <SituacaoValidacao>Validação Cancelada</SituacaoValidacao>\n"_l1);
   } else if (c.end_offset != c.file_size) {
-    std::fputs("      <SituacaoValidacao>Validação Incompleta</SituacaoValidacao>\n"_l1, f);
+    f.Put("      <SituacaoValidacao>Validação Incompleta</SituacaoValidacao>\n"_l1);
   }
 
   const platform::LocalTime t = platform::Local(std::time(nullptr));
-  std::fprintf(f, "      <DataHoraValidacao>%02d/%02d/%04d %02d:%02d:%02d</DataHoraValidacao>\n",
-               t.day, t.month, t.year, t.hour, t.minute, t.second);
-  std::fputs("    </ParecerFinal>\n", f);
+  f.Printf("      <DataHoraValidacao>%02d/%02d/%04d %02d:%02d:%02d</DataHoraValidacao>\n", t.day,
+           t.month, t.year, t.hour, t.minute, t.second);
+  f.Put("    </ParecerFinal>\n");
 }
 
 // The end of the document for modes 0 and 2.
-void WriteTail(std::FILE* f, const Run& run) {
+void WriteTail(platform::OutputFile& f, const Run& run) {
   const int64_t elapsed_us = (platform::NowNs() - run.ctx.start_ns) / 1000;
   const int64_t elapsed_s = static_cast<int64_t>(std::time(nullptr) - run.ctx.start_time);
-  std::fprintf(f, "      <ValidadorMicrosegundos>%" PRId64 "</ValidadorMicrosegundos>\n",
-               elapsed_us);
-  std::fprintf(f, "      <ValidadorSegundos>%" PRId64 "</ValidadorSegundos>\n", elapsed_s);
-  std::fputs("    </TotalTempos>\n  </Resumo>\n</VOLP>\n", f);
+  f.Printf("      <ValidadorMicrosegundos>%" PRId64 "</ValidadorMicrosegundos>\n", elapsed_us);
+  f.Printf("      <ValidadorSegundos>%" PRId64 "</ValidadorSegundos>\n", elapsed_s);
+  f.Put("    </TotalTempos>\n  </Resumo>\n</VOLP>\n");
 }
 
 // Modes 0 and 1: a new working file from the header to the first times.
-std::FILE* WriteDocument(Run& run, int mode) {
-  std::FILE* f = CreateWorkingFile(run, run.ctx.report_work_name);
-  if (f == nullptr) return nullptr;
+bool WriteDocument(Run& run, platform::OutputFile& f, int mode) {
+  if (!CreateWorkingFile(run, f)) return false;
   WriteHeader(f, run);
   WriteFindings(f, run.ps.findings);
   const int64_t records_us = WriteTypeSummary(f, run);
   WriteVerdict(f, run, mode);
-  std::fputs("    <TotalTempos>\n", f);
-  std::fprintf(f, "      <Leitura>%" PRId64 "</Leitura>\n", run.ps.read_us);
-  std::fprintf(f, "      <Varredura>%" PRId64 "</Varredura>\n", run.ps.scan_us);
-  std::fprintf(f, "      <Registros>%" PRId64 "</Registros>\n", records_us);
-  return f;
+  f.Put("    <TotalTempos>\n");
+  f.Printf("      <Leitura>%" PRId64 "</Leitura>\n", run.ps.read_us);
+  f.Printf("      <Varredura>%" PRId64 "</Varredura>\n", run.ps.scan_us);
+  f.Printf("      <Registros>%" PRId64 "</Registros>\n", records_us);
+  return true;
+}
+
+// Puts the finished working file in place of the report in one step: a
+// reader of the report name sees the previous report or the new one, never
+// a part of either. A reader holding the file open may make the rename fail
+// for a moment on some systems, so it is tried again as the creation is.
+bool PutInPlace(Run& run) {
+  ValidationContext& c = run.ctx;
+  int error = 0;
+  for (int attempt = 0; attempt < kCreateAttempts; ++attempt) {
+    if (platform::RenameOver(c.report_work_name, c.report_name, &error)) return true;
+    platform::SleepMs(kCreateRetryMs);
+  }
+  c.keep_work_file = true;
+  run.log.Write(0, "E#C9106: Não conseguiu copiar o arquivo %s para %s. Erro 0x%08x - %s\n"_l1,
+                c.report_work_name.c_str(), c.report_name.c_str(), static_cast<unsigned>(error),
+                platform::ErrorText(error).c_str());
+  return false;
 }
 
 }  // namespace
@@ -344,50 +374,56 @@ int GerarArquivoValidacao(Run& run, int mode) {
   LoadVersions(ps);
   c.report_work_name = c.report_name + ".parcial";
 
+  platform::OutputFile& f = c.report_file;
   if (mode == kParcial || mode == kFinal) {
-    if (c.report_file != nullptr) {
-      // A document left open by an earlier final write is replaced.
-      std::fclose(c.report_file);
-      c.report_file = nullptr;
-    }
-    std::FILE* f = WriteDocument(run, mode);
+    // A document left open by an earlier final write is replaced.
+    if (f.is_open()) f.Close();
+    c.report_pending = false;
     // A working file that cannot be created leaves the report missing while
     // the write still counts as done; the completing write then finds
     // nothing to put in place.
-    if (f == nullptr) return 0;
+    if (!WriteDocument(run, f, mode)) return 0;
     if (mode == kFinal) {
       // Kept open: the completing write adds the times of this write and of
-      // the summary file.
-      std::fflush(f);
-      c.report_file = f;
+      // the summary file. What is written so far must already be on its way.
+      if (!f.Flush()) {
+        LogWriteFailure(run, f.error());
+        f.Close();
+        EmptyWorkingFile(run);
+        return 0;
+      }
+      c.report_pending = true;
       return 0;
     }
     WriteTail(f, run);
-    CloseWorkingFile(run, f);
+    if (!CloseWorkingFile(run, f)) EmptyWorkingFile(run);
     return 0;
   }
 
   // Completing mode.
-  std::FILE* f = c.report_file;
-  c.report_file = nullptr;
-  if (f == nullptr) {
-    // The final write never got its working file: whatever an earlier
+  if (!c.report_pending) {
+    // The final write never got its document out: whatever an earlier
     // partial write left must not become the report.
     return mode - 1;
   }
-  std::fprintf(f, "      <GravacaoValidacao>%" PRId64 "</GravacaoValidacao>\n", ps.report_us);
-  std::fprintf(f, "      <GravacaoRCAD>%" PRId64 "</GravacaoRCAD>\n", ps.summary_us);
+  c.report_pending = false;
+  f.Printf("      <GravacaoValidacao>%" PRId64 "</GravacaoValidacao>\n", ps.report_us);
+  f.Printf("      <GravacaoRCAD>%" PRId64 "</GravacaoRCAD>\n", ps.summary_us);
   WriteTail(f, run);
-  CloseWorkingFile(run, f);
-
-  int error = 0;
-  if (!platform::CopyFileOver(c.report_work_name, c.report_name, &error)) {
-    run.log.Write(0, "E#C9106: Não conseguiu copiar o arquivo %s para %s. Erro 0x%08x - %s\n"_l1,
-                  c.report_work_name.c_str(), c.report_name.c_str(), static_cast<unsigned>(error),
-                  platform::ErrorText(error).c_str());
+  // On the disk before it takes the report's name.
+  if (!f.Sync()) {
+    LogWriteFailure(run, f.error());
+    f.Close();
+    EmptyWorkingFile(run);
     return mode - 1;
   }
-  platform::RemoveFile(c.report_work_name);
+  if (!CloseWorkingFile(run, f)) {
+    EmptyWorkingFile(run);
+    return mode - 1;
+  }
+  // The working file stays when it cannot be put in place: it is the whole
+  // report, under its working name.
+  if (!PutInPlace(run)) return mode - 1;
   return 0;
 }
 

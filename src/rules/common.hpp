@@ -29,6 +29,14 @@ inline int64_t LerDigitos(std::string_view s) {
   return static_cast<int64_t>(v);
 }
 
+// Adds `value` to a running sum of money or quantities. A file can state
+// 19-digit values whose sum does not fit in 64 bits; the sum then wraps
+// around in two's complement, the same on every build and platform, instead
+// of being left to the compiler (signed overflow is undefined).
+inline void Acumular(int64_t& sum, int64_t value) {
+  sum = static_cast<int64_t>(static_cast<uint64_t>(sum) + static_cast<uint64_t>(value));
+}
+
 // The low 32 bits of an address, as the traces print them.
 inline unsigned Addr(const void* p) {
   return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p));

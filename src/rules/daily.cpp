@@ -134,7 +134,7 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
     run.Report(rec, kValor1110, kErro,
                m("No campo %02d - '%s' o valor é 0,00!"_l1, 4, rec.def(kValor1110).name));
   }
-  b.contadores_1110.valor += last.valor;
+  Acumular(b.contadores_1110.valor, last.valor);
 
   // 7. QTD; a 1110 without it is not counted, and leaves in the slot the QTD
   // of the 1110 before it, which the closing of this day then compares.
@@ -145,7 +145,7 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
     run.Report(rec, kQtd1110, kErro,
                m("No campo %02d - '%s' o valor é 0!"_l1, 5, rec.def(kQtd1110).name));
   }
-  b.contadores_1110.qtd += last.qtd;
+  Acumular(b.contadores_1110.qtd, last.qtd);
   ++b.contadores_1110.registros;
 }
 
@@ -255,7 +255,7 @@ void ValidarRegistro_1115(Run& run, Record& rec, int prev_type, int src_line) {
       run.Report(rec, kValor1115, kErro,
                  m("No campo %02d - '%s' o valor é 0,00!"_l1, 8, rec.def(kValor1115).name));
     }
-    b.contadores_1115.valor += valor;
+    Acumular(b.contadores_1115.valor, valor);
     ++b.contadores_1115.registros;
   }
 

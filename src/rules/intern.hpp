@@ -105,9 +105,14 @@ class KeyBuffer {
  public:
   static constexpr size_t kCapacity = 32768;
   void Clear() { size_ = 0; }
+  // A part that does not fit is cut, and once the buffer is full nothing more
+  // is added; an empty part (an absent field, whose text may have no
+  // address at all) adds its "|" alone.
   void Add(std::string_view part) {
-    const size_t n = part.size() < kCapacity - 1 - size_ ? part.size() : kCapacity - 1 - size_;
-    std::memcpy(bytes_.get() + size_, part.data(), n);
+    if (size_ >= kCapacity) return;
+    const size_t room = kCapacity - 1 - size_;
+    const size_t n = part.size() < room ? part.size() : room;
+    if (n != 0) std::memcpy(bytes_.get() + size_, part.data(), n);
     size_ += n;
     bytes_[size_++] = '|';
   }

@@ -156,8 +156,8 @@ void AcumularCpf(Run& run, const Record& rec, int64_t valor, int64_t qtd) {
   }
   t.last = index;
 
-  t.valor += valor;
-  t.qtd += qtd;
+  Acumular(t.valor, valor);
+  Acumular(t.qtd, qtd);
   if (t.valor >= kCpfValorMinimo && t.qtd >= kCpfQtdMinima) t.reached = true;
 }
 

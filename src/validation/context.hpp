@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "layout/municipios.hpp"
+#include "platform/platform.hpp"
 #include "reports/findings.hpp"
 #include "rules/block0.hpp"
 #include "rules/block1.hpp"
@@ -52,6 +53,9 @@ struct RunOptions {
   const std::atomic<bool>* stop_request = nullptr;
   // Called every 100,000 lines with bytes read and the file size.
   std::function<void(int64_t bytes_read, int64_t file_size)> progress;
+  // Bytes read from the file at a time; 0 = the reader's default. Tests vary
+  // it to show that nothing depends on where the blocks end.
+  size_t read_block = 0;
 };
 
 inline constexpr int64_t kLinhasPorDeslocamento = 1000000;
@@ -122,9 +126,14 @@ struct ValidationContext {
   std::time_t run_start_time = 0;   // calendar start of the reading
   std::time_t last_stop_check = 0;  // calendar time of the last stop poll
 
-  // The working file of the report, left open by the final write (mode 1)
-  // for the completing write (mode 2).
-  std::FILE* report_file = nullptr;
+  // The working file of the report: locked for the whole run, so that a
+  // second run on the same file stops at once instead of writing over this
+  // one's; written through `report_file`, which the final write (mode 1)
+  // leaves open for the completing write (mode 2).
+  platform::FileLock report_lock;
+  platform::OutputFile report_file;
+  bool report_pending = false;  // a final document waits for its completion
+  bool keep_work_file = false;  // a whole report that could not be put in place
   std::string report_work_name;
 };
 

@@ -35,13 +35,13 @@ bool Sha256::Final(std::string* hex) {
   return true;
 }
 
-LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks)
-    : file_(file), hash_(hash), read_ticks_(read_ticks) {
+LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks, size_t block)
+    : file_(file), block_(block != 0 ? block : kBlock), hash_(hash), read_ticks_(read_ticks) {
   for (Slot& s : slots_) {
-    s.buf.reset(new char[kCarry + kBlock]);
-    s.lf.reset(new uint64_t[BitWords(kBlock)]);
-    s.bar.reset(new uint64_t[BitWords(kBlock)]);
-    s.bad.reset(new uint64_t[BitWords(kBlock)]);
+    s.buf.reset(new char[kCarry + block_]);
+    s.lf.reset(new uint64_t[BitWords(block_)]);
+    s.bar.reset(new uint64_t[BitWords(block_)]);
+    s.bad.reset(new uint64_t[BitWords(block_)]);
   }
   try {
     thread_ = std::thread([this] { Work(); });
@@ -95,8 +95,8 @@ void LineSource::Fill(int64_t block) {
   char* fresh = s.buf.get() + kCarry;
   size_t got = 0;
   bool failed = false;
-  while (got < kBlock) {
-    const int64_t r = file_.Read(fresh + got, static_cast<int64_t>(kBlock - got));
+  while (got < block_) {
+    const int64_t r = file_.Read(fresh + got, static_cast<int64_t>(block_ - got));
     if (r < 0) {
       failed = true;
       break;
@@ -107,7 +107,7 @@ void LineSource::Fill(int64_t block) {
   ClassifyBytes(fresh, got, s.lf.get(), s.bar.get(), s.bad.get());
   s.fresh_offset = next_offset_;
   s.fresh_len = got;
-  s.last = got < kBlock;
+  s.last = got < block_;
   next_offset_ += static_cast<int64_t>(got);
   if (failed) read_failed_ = true;
 }

@@ -37,7 +37,10 @@ class LineSource {
  public:
   // `hash` may be null (no digest wanted). The clock ticks spent reading the
   // file (and waiting for a free block) are added to `*read_ticks` when given.
-  LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks = nullptr);
+  // `block` is the number of bytes read at a time (0: the default of 4 MiB);
+  // the lines and the digest are the same whatever it is.
+  LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks = nullptr,
+             size_t block = 0);
   ~LineSource();
   LineSource(const LineSource&) = delete;
   LineSource& operator=(const LineSource&) = delete;
@@ -58,7 +61,7 @@ class LineSource {
 
  private:
   static constexpr size_t kCarry = 10000;    // room for the start of a cut line
-  static constexpr size_t kBlock = 4 << 20;  // bytes read at a time
+  static constexpr size_t kBlock = 4 << 20;  // bytes read at a time, by default
   static constexpr int kSlots = 6;
 
   // Blocks are numbered from 0 in file order; block b lives in slot b % kSlots.
@@ -75,6 +78,7 @@ class LineSource {
   void Work();               // the second thread: read ahead, hash what was released
 
   platform::InputFile& file_;
+  const size_t block_;
   Sha256* hash_;
   uint64_t* read_ticks_;
   Slot slots_[kSlots];

@@ -121,6 +121,31 @@ class TypeClock {
 
 int64_t ElapsedUs(int64_t since_ns) { return (platform::NowNs() - since_ns) / 1000; }
 
+// The longest report name the format allows. A longer one would have to be
+// cut, and a cut name may land in another directory or over another file.
+constexpr size_t kMaxReportName = 999;
+
+// The outputs of a run that does not end with its report in place: the
+// working file it claimed goes (unless it holds a whole report that could
+// not take its name), and so does a summary written for it.
+class UnfinishedOutputs {
+ public:
+  explicit UnfinishedOutputs(ValidationContext& ctx) : ctx_(ctx) {}
+  ~UnfinishedOutputs() {
+    if (done_ || !ctx_.report_lock.held()) return;
+    if (ctx_.report_file.is_open()) ctx_.report_file.Close();
+    if (!ctx_.keep_work_file) platform::RemoveFile(ctx_.report_work_name);
+    if (!summary_.empty()) platform::RemoveFile(summary_);
+  }
+  void SummaryWritten(std::string name) { summary_ = std::move(name); }
+  void Done() { done_ = true; }
+
+ private:
+  ValidationContext& ctx_;
+  std::string summary_;
+  bool done_ = false;
+};
+
 }  // namespace
 
 std::string ReportNameFor(const std::string& path) {
@@ -157,6 +182,15 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
     return 0;
   }
   platform::InputFile file;
+  if (!is_dir && platform::KindOf(path) == platform::FileKind::kOther) {
+    // A FIFO, a device or a socket: no size to report, and opening a FIFO
+    // would wait for a writer that may never come.
+    log.Write(0,
+              "E#C9123: O arquivo %s não é um arquivo comum (é um pipe, um dispositivo ou um "
+              "soquete) e não pode ser validado!\n"_l1,
+              path.c_str());
+    return 0;
+  }
   if (is_dir) {
     log.Write(0, "E#C9103: Erro ao tentar abrir o arquivo %s: %s\n", path.c_str(),
               platform::ErrorText(EISDIR).c_str());
@@ -170,14 +204,45 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
   log.Write(3, "Abriu %s com descritor: %d\n", path.c_str(), file.descriptor());
 
   ctx.report_name = ReportNameFor(path);
+  if (path.size() > kMaxReportName || ctx.report_name.size() > kMaxReportName) {
+    log.Write(0,
+              "E#C9124: O caminho %s é longo demais: o nome do relatório passaria de %d "
+              "caracteres!\n"_l1,
+              path.c_str(), static_cast<int>(kMaxReportName));
+    return 0;
+  }
   if (summary) {
     summary->report_path = ctx.report_name;
     summary->file_size = ctx.file_size;
   }
 
+  // The working file is this run's until it ends: a second run on the same
+  // file stops here and touches nothing of the first one's.
+  ctx.report_work_name = ctx.report_name + ".parcial";
+  bool busy = false;
+  if (!ctx.report_lock.TryLock(ctx.report_work_name, &busy, &err)) {
+    if (busy)
+      log.Write(0, "E#C9122: O arquivo %s está em uso por outra validação!\n"_l1,
+                ctx.report_work_name.c_str());
+    else
+      log.Write(0, "E#C9122: Erro ao tentar bloquear o arquivo %s: %s\n",
+                ctx.report_work_name.c_str(), platform::ErrorText(err).c_str());
+    return 0;
+  }
+  UnfinishedOutputs outputs(ctx);
+  // A summary left by an earlier run would say this file passed before this
+  // run has said anything.
+  const std::string stem = ctx.report_name.substr(0, ctx.report_name.size() - 14);
+  const std::string summary_name = stem + ".rcad.txt";
+  if (!platform::RemoveIfExists(summary_name, &err)) {
+    log.Write(0, "E#C9125: Não conseguiu apagar o resumo anterior %s: %s\n"_l1,
+              summary_name.c_str(), platform::ErrorText(err).c_str());
+    return 0;
+  }
+
   Sha256 sha;
   if (!sha.ok()) {
-    log.Write(0, "E#C9105: Não conseguiu inicializar sha256!\n"_l1);
+    log.Write(0, "%s", "E#C9105: Não conseguiu inicializar sha256!\n"_l1);
     return 0;
   }
 
@@ -191,7 +256,13 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
   ctx.previous_state = -1;
   ctx.previous_type = -1;
 
-  LineSource source(file, &sha, &ps.read_ticks);
+  // A file smaller than a block is read in one block of its own size, so that
+  // a run on a small file does not set aside the 24 MiB the read-ahead slots
+  // of a large one take.
+  size_t block = options.read_block;
+  if (block == 0 && ctx.file_size < (int64_t{4} << 20))
+    block = static_cast<size_t>(std::max<int64_t>(ctx.file_size + 1, 4096));
+  LineSource source(file, &sha, &ps.read_ticks, block);
   Record rec;  // fields of the current record: views into the block in hand
   std::string_view raw;
   bool have = source.Next(&raw);
@@ -356,9 +427,8 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
   ps.report_us += ElapsedUs(t0);
 
   if (ps.findings.errors == 0) {
-    std::string stem = ctx.report_name.substr(0, ctx.report_name.size() - 14);
     t0 = platform::NowNs();
-    GerarArquivoRCAD(run, stem);
+    if (GerarArquivoRCAD(run, stem) == 0) outputs.SummaryWritten(summary_name);
     ps.summary_us += ElapsedUs(t0);
   }
 
@@ -371,6 +441,7 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
     summary->report_written = completed == 0;
   }
   if (completed == 0) {
+    outputs.Done();
     log.Write(3, "Fim ValidadorVOLP: 1\n");
     return 1;
   }

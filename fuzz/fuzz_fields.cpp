@@ -1,0 +1,65 @@
+// The shortcut for plainly good fields against the full field checks: one
+// record of any type, whose type the first byte picks and whose fields are
+// the rest, must give the same findings and the same filled and valid marks
+// both ways.
+#include <cstdint>
+#include <string>
+
+#include "fuzz_support.hpp"
+#include "layout/field_analysis.hpp"
+#include "layout/municipios.hpp"
+#include "layout/tables.hpp"
+#include "validation/context.hpp"
+#include "validation/reader.hpp"
+
+namespace {
+
+struct Side {
+  explicit Side(const volp::Municipios& m) : run(ps, log, m, options) { run.today = "20260115"; }
+  volp::ProcessState ps;
+  volp::Log log;
+  volp::RunOptions options;
+  volp::Run run;
+  volp::Record rec;
+};
+
+const volp::Municipios& Table() {
+  static volp::Municipios m;
+  static const bool loaded = [] {
+    volp::Log log;
+    return volp::LerCodigosMunicipioIBGE(VOLP_FUZZ_DATA_DIR, log, m);
+  }();
+  volp::fuzz::Check(loaded, "municipality table");
+  return m;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  using namespace volp::fuzz;
+  if (size == 0 || size > 20000) return 0;
+  const int type = data[0] % volp::kRecordTypeCount;
+  std::string line = std::string("|") + volp::kRecordTypes[type].code + "|";
+  line.append(reinterpret_cast<const char*>(data) + 1, size - 1);
+  line += "\r\n";
+
+  Side full(Table()), quick(Table());
+  const int a = volp::CheckAndSplit(full.run, line, full.rec);
+  const int b = volp::CheckAndSplit(quick.run, line, quick.rec);
+  Check(a == b, "split");
+  if (a < 0) return 0;
+  volp::AnalisarRegistroCompleto(full.run, full.rec);
+  volp::AnalisarRegistro(quick.run, quick.rec);
+  const auto& fl = full.ps.findings.list;
+  const auto& ql = quick.ps.findings.list;
+  Check(fl.size() == ql.size(), "number of findings");
+  for (size_t i = 0; i < fl.size(); ++i) {
+    Check(fl[i].message == ql[i].message, "message: " + fl[i].message + " / " + ql[i].message);
+    Check(fl[i].field_number == ql[i].field_number, "field of a finding");
+  }
+  for (int i = 0; i < volp::kRecordTypes[a].field_count; ++i) {
+    Check(full.rec.fields[i].filled == quick.rec.fields[i].filled, "filled mark");
+    Check(full.rec.fields[i].valid == quick.rec.fields[i].valid, "valid mark");
+  }
+  return 0;
+}

@@ -1,0 +1,21 @@
+// The municipality table loader on any file: it loads or refuses without
+// crashing, and a table it loads answers for the codes it holds.
+#include <cstdint>
+#include <string>
+
+#include "fuzz_support.hpp"
+#include "layout/municipios.hpp"
+#include "validation/log.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  using namespace volp::fuzz;
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  WriteAll(ScratchDir() + "/RELATORIO_DTB_BRASIL_MUNICIPIO.csv", text);
+  volp::Log log;
+  volp::Municipios m;
+  const bool loaded = volp::LerCodigosMunicipioIBGE(ScratchDir(), log, m);
+  Check(loaded == (m.size() > 0), "loaded without codes, or codes without loading");
+  Check(!m.Contains(""), "the empty code");
+  Check(!m.Contains("abcdefg"), "a code of letters");
+  return 0;
+}
