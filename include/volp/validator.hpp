@@ -84,4 +84,8 @@ VOLP_API Result Validate(const std::string& path, const Options& options = {});
 
 VOLP_API std::string Latin1ToUtf8(std::string_view latin1);
 
+// The report a run on `path` writes: "<stem>.validacao.xml" (the working file
+// while it runs is this name followed by ".parcial").
+VOLP_API std::string ReportName(const std::string& path);
+
 }  // namespace volp
