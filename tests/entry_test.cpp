@@ -1,7 +1,6 @@
 // The exported C entry: its result, its log directory and E#C lines, and the
 // counters it keeps for the whole process.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <string>

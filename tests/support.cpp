@@ -1,7 +1,5 @@
 #include "support.hpp"
 
-#include <unistd.h>
-
 #include <atomic>
 #include <cstdio>
 #include <filesystem>
@@ -9,6 +7,7 @@
 #include <regex>
 #include <sstream>
 
+#include "platform/platform.hpp"
 #include "validation/line_bits.hpp"
 #include "validation/reader.hpp"
 #include "validation/state_machine.hpp"
@@ -21,8 +20,8 @@ std::string DataDir() { return VOLP_REPO_DATA_DIR; }
 
 TempDir::TempDir() {
   static std::atomic<int> counter{0};
-  fs::path p = fs::temp_directory_path() /
-               ("volp-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+  fs::path p = fs::temp_directory_path() / ("volp-test-" + std::to_string(platform::ProcessId()) +
+                                            "-" + std::to_string(counter++));
   fs::remove_all(p);
   fs::create_directories(p);
   path_ = p.string();
