@@ -26,8 +26,8 @@ class Child {
   void Signal(int signal_number);
 
  private:
-  long long pid_ = -1;       // POSIX pid
-  void* process_ = nullptr;  // Windows process handle
+  long long pid_ = -1;                        // POSIX pid
+  [[maybe_unused]] void* process_ = nullptr;  // Windows process handle
   int status_ = -1;
 };
 

@@ -53,9 +53,11 @@ constexpr uint32_t Pack4(const char* c) {
          static_cast<uint32_t>(static_cast<unsigned char>(c[3])) << 24;
 }
 
+// Filled once, at the first lookup: the record-type table is defined in
+// another unit, so this cannot be a constant expression.
 struct PackedCodes {
   uint32_t code[kRecordTypeCount];
-  constexpr PackedCodes() : code{} {
+  PackedCodes() : code{} {
     for (int i = 0; i < kRecordTypeCount; ++i) code[i] = Pack4(kRecordTypes[i].code);
   }
 };

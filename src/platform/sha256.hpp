@@ -22,8 +22,8 @@ class Sha256 {
   bool Final(std::string* hex);
 
  private:
-  void* ctx_ = nullptr;       // EVP_MD_CTX or BCRYPT_HASH_HANDLE
-  void* provider_ = nullptr;  // BCRYPT_ALG_HANDLE (Windows only)
+  void* ctx_ = nullptr;                        // EVP_MD_CTX or BCRYPT_HASH_HANDLE
+  [[maybe_unused]] void* provider_ = nullptr;  // BCRYPT_ALG_HANDLE (Windows only)
 };
 
 inline std::string HexUpper(const unsigned char* bytes, size_t n) {

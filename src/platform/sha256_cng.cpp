@@ -1,7 +1,9 @@
 // SHA-256 through Windows' CNG (bcrypt.dll): one algorithm provider and one
 // hash object per digest.
 #define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
 #define NOMINMAX
+#endif
 #include <windows.h>
 // windows.h first: bcrypt.h needs its types.
 #include <bcrypt.h>

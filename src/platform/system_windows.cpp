@@ -1,7 +1,9 @@
 // The module, version resources, machine description and event log on
 // Windows. Paths and texts are in the ANSI code page.
 #define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
 #define NOMINMAX
+#endif
 #include <windows.h>
 // windows.h first: winver.h needs its types.
 #include <winver.h>
