@@ -49,12 +49,12 @@ TEST_F(CEntry, WritesTheReportAndKeepsCountersForTheProcess) {
   EXPECT_EQ(ValidadorVOLP(file.c_str(), "0", (dir_.path() + "/x").c_str(), "1"), 1);
   EXPECT_TRUE(fs::exists(dir_.path() + "/decl.validacao.xml"));
   EXPECT_FALSE(fs::exists(dir_.path() + "/decl.validacao.xml.parcial"));
-  const std::string first = test::ReadFile(dir_.path() + "/decl.validacao.xml");
+  const std::string first = test::ReadText(dir_.path() + "/decl.validacao.xml");
 
   // A second call in the same process starts from the first one's counters:
   // the unknown record of the first run is counted again with the second's.
   EXPECT_EQ(ValidadorVOLP(file.c_str(), "0", (dir_.path() + "/x").c_str(), "0"), 1);
-  const std::string second = test::ReadFile(dir_.path() + "/decl.validacao.xml");
+  const std::string second = test::ReadText(dir_.path() + "/decl.validacao.xml");
   EXPECT_NE(first.find("<QtdInvalidos>"), std::string::npos);
   EXPECT_NE(first, second);
 }

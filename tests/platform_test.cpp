@@ -37,7 +37,7 @@ TEST(Platform, ReportLinesEndAsTheSystemsTextFilesDo) {
   EXPECT_EQ(
       report.rfind("<?xml version=\"1.0\" encoding=\"iso-8859-1\"?>" + eol + "<VOLP>" + eol, 0), 0u)
       << report.substr(0, 80);
-  EXPECT_EQ(report.substr(report.size() - 6 - eol.size()), "</VOLP>" + eol);
+  EXPECT_EQ(report.substr(report.size() - 7 - eol.size()), "</VOLP>" + eol);
 }
 
 // A path name with Latin-1 letters (the ANSI code page of the transmitter's
