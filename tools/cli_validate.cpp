@@ -260,9 +260,9 @@ Municipality table:
   the source tree's data directory. The summary says which one was used.
 
 Stopping a run:
-  Ctrl-C asks the run to stop at its next checkpoint (every 100,000 lines); the
-  report is still written and says "Validação Cancelada". A second Ctrl-C ends
-  volp at once. Another process can stop the run by creating the stop file
+  Ctrl-C (or SIGTERM) asks the run to stop at its next checkpoint (every
+  100,000 lines); the report is still written and says "Validação Cancelada".
+  A second Ctrl-C ends volp at once and removes the partial report. Another process can stop the run by creating the stop file
   .parar_ValidadorVOLP-<pid> in volp's current directory (looked at every
   100,000 lines, at most every 5 seconds; volp deletes it).
 
