@@ -176,7 +176,7 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
 
   Sha256 sha;
   if (!sha.ok()) {
-    log.Write(0, "E#C9105: Não conseguiu inicializar sha256!\n"_l1);
+    log.Write(0, "%s", "E#C9105: Não conseguiu inicializar sha256!\n"_l1);
     return 0;
   }
 
