@@ -57,7 +57,11 @@ SRC
     sudo_cmd apt-get update -q >&2
   fi
   mkdir -p "$deps/src"
-  (cd "$deps/src" && apt-get source -q abseil >&2)
+  if ! (cd "$deps/src" && apt-get source -q abseil >&2); then
+    # The source lists may be configured but not fetched yet.
+    sudo_cmd apt-get update -q >&2
+    (cd "$deps/src" && apt-get source -q abseil >&2)
+  fi
   dir="$(find "$deps/src" -maxdepth 1 -type d -name 'abseil-*' | head -n 1)"
   [ -n "$dir" ] || {
     echo "volp: apt-get source abseil gave no source tree" >&2
