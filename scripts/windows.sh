@@ -84,6 +84,18 @@ do_build() {
 # The reports of the Linux build and of volp.dll (loaded by volp_host.exe, a
 # transmitter in miniature, under Wine) for the same files: equal once the
 # times, the date, the versions, the paths and the line ends are masked.
+mask() {
+  [ -s "$1" ] || {
+    echo "(missing or empty: $1)"
+    return 0
+  }
+  sed -E -e 's/\r$//' \
+    -e 's#<(DataHoraValidacao|NomeArquivo|VersaoDLL)>[^<]*<#<\1>*<#' \
+    -e 's#<(Leitura|Varredura|Registros|GravacaoValidacao|GravacaoRCAD|ValidadorMicrosegundos|ValidadorSegundos|TempoTotalProcessamento)>[0-9]*<#<\1>*<#' \
+    -e '/<VersaoZulKop>/d' \
+    "$1"
+}
+
 compare_with_linux() {
   local linux_cli="$root/build/release/volp"
   [ -f "$root/build/release/build.ninja" ] || cmake --preset release >/dev/null
