@@ -21,7 +21,7 @@ esac
 
 source scripts/deps.sh
 # The Linux build is the reference of the comparison.
-VOLP_PACKAGES+=(g++-mingw-w64-x86-64-posix mingw-w64-tools binutils-mingw-w64-x86-64 wine wine64
+VOLP_PACKAGES+=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64
   dpkg-dev xz-utils)
 volp_install_missing
 
@@ -39,7 +39,8 @@ sudo_cmd() {
 # Debian's abseil sources, the version the Linux build links.
 abseil_source() {
   local dir
-  dir="$(find "$deps/src" -maxdepth 1 -type d -name 'abseil-*' 2>/dev/null | head -n 1)"
+  # Nothing unpacked yet on a fresh machine: find then fails, which is fine.
+  dir="$(find "$deps/src" -maxdepth 1 -type d -name 'abseil-*' 2>/dev/null | head -n 1 || true)"
   if [ -n "$dir" ] && [ -f "$dir/CMakeLists.txt" ]; then
     echo "$dir"
     return 0
