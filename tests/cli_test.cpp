@@ -1,12 +1,15 @@
 // End-to-end tests of the `volp` command line: the built binary runs on small
 // files in a temporary directory; its exit status, summary and messages are
 // what a person or a script at a terminal relies on.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
+#if !defined(_WIN32)
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+#endif
+
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,6 +17,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/platform.hpp"
+#include "spawn.hpp"
 #include "support.hpp"
 
 namespace volp {
@@ -27,46 +32,14 @@ struct CliRun {
   std::string err;
 };
 
-// Starts the CLI with `args` in `cwd`, stdout and stderr to the given
-// descriptors; returns the child's pid.
-pid_t Spawn(const std::vector<std::string>& args, const std::string& cwd, int out_fd, int err_fd) {
-  std::vector<char*> argv;
-  std::string exe = VOLP_CLI_PATH;
-  argv.push_back(exe.data());
-  std::vector<std::string> copy = args;
-  for (std::string& a : copy) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  const pid_t pid = fork();
-  if (pid == 0) {
-    if (!cwd.empty() && chdir(cwd.c_str()) != 0) _exit(127);
-    const int null_in = open("/dev/null", O_RDONLY);
-    dup2(null_in, 0);
-    dup2(out_fd, 1);
-    dup2(err_fd, 2);
-    execv(exe.c_str(), argv.data());
-    _exit(127);
-  }
-  return pid;
-}
-
-int Wait(pid_t pid) {
-  int raw = 0;
-  waitpid(pid, &raw, 0);
-  return WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
-}
-
 CliRun RunCli(const std::vector<std::string>& args, const std::string& cwd = "") {
   test::TempDir io;
   const std::string out_path = io.path() + "/out";
   const std::string err_path = io.path() + "/err";
-  const int out_fd = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  const int err_fd = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   CliRun run;
-  run.status = Wait(Spawn(args, cwd, out_fd, err_fd));
-  close(out_fd);
-  close(err_fd);
-  run.out = test::ReadFile(out_path);
-  run.err = test::ReadFile(err_path);
+  run.status = test::RunProgram(VOLP_CLI_PATH, args, cwd, out_path, err_path);
+  run.out = test::ReadText(out_path);
+  run.err = test::ReadText(err_path);
   return run;
 }
 
@@ -243,14 +216,16 @@ TEST(Cli, ValidExampleExitsZeroWithTheVerdictTheTableAndNoFindings) {
             std::string::npos);
   EXPECT_TRUE(fs::exists(dir.path() + "/declaracao.validacao.xml"));
   const std::string line = LineStartingWith(elsewhere.out, "Tables:   ");
-  EXPECT_TRUE(line.ends_with("/" + table + " (installed data)") ||
-              line.ends_with("/" + table + " (source tree)"))
+  // The CLI joins directory and name with the system's separator.
+  const std::string sep = (fs::path("a") / "b").string().substr(1, 1);
+  EXPECT_TRUE(line.ends_with(sep + table + " (installed data)") ||
+              line.ends_with(sep + table + " (source tree)"))
       << elsewhere.out;
 
   fs::copy_file(test::DataDir() + "/" + table, dir.path() + "/" + table);
   const CliRun here = RunCli({"validate", file, "--today", test::kToday}, dir.path());
   EXPECT_EQ(here.status, 0) << here.out << here.err;
-  EXPECT_NE(here.out.find("Tables:   " + fs::canonical(dir.path()).string() + "/" + table +
+  EXPECT_NE(here.out.find("Tables:   " + fs::canonical(dir.path()).string() + sep + table +
                           " (current directory)\n"),
             std::string::npos)
       << here.out;
@@ -258,13 +233,17 @@ TEST(Cli, ValidExampleExitsZeroWithTheVerdictTheTableAndNoFindings) {
 
 // The example followed by `extra` records that the structure ignores after
 // the 9999: a large file that is quick to read.
-std::string LargeFile(int extra) {
+[[maybe_unused]] std::string LargeFile(int extra) {
   std::string text = ExampleText();
   const std::string tail = "|9999|1|\r\n";
   text.reserve(text.size() + tail.size() * extra);
   for (int i = 0; i < extra; ++i) text += tail;
   return text;
 }
+
+#if !defined(_WIN32)
+// Terminals, signals and their exit statuses are POSIX's; the console events
+// of Windows have no counterpart a test can send under Wine.
 
 TEST(Cli, ProgressBarOnlyWhenStderrIsATerminalAndTheFileIsLarge) {
   test::TempDir dir;
@@ -280,18 +259,20 @@ TEST(Cli, ProgressBarOnlyWhenStderrIsATerminalAndTheFileIsLarge) {
     ASSERT_GE(master, 0);
     ASSERT_EQ(grantpt(master), 0);
     ASSERT_EQ(unlockpt(master), 0);
-    const int slave = open(ptsname(master), O_RDWR | O_NOCTTY);
+    // The child opens the terminal by its name as its standard error.
+    const std::string slave_name = ptsname(master);
+    const int slave = open(slave_name.c_str(), O_RDWR | O_NOCTTY);  // keeps it open meanwhile
     ASSERT_GE(slave, 0);
-    const int out_fd = open((dir.path() + "/out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    const pid_t pid = Spawn(ValidateArgs(c.file), "", out_fd, slave);
+    test::Child child;
+    ASSERT_TRUE(
+        child.Start(VOLP_CLI_PATH, ValidateArgs(c.file), "", dir.path() + "/out", slave_name));
     close(slave);
-    close(out_fd);
     std::string err;
     char buf[4096];
     // Drain the terminal until the child closes it (read then fails with EIO).
     for (ssize_t n; (n = read(master, buf, sizeof buf)) > 0;) err.append(buf, n);
     close(master);
-    EXPECT_EQ(Wait(pid), c.status) << c.file;
+    EXPECT_EQ(child.Wait(), c.status) << c.file;
     EXPECT_EQ(err.find("\r[#") != std::string::npos, c.bar) << c.file << ": " << err;
     if (c.bar) {
       EXPECT_NE(err.find("% "), std::string::npos) << err;
@@ -302,51 +283,82 @@ TEST(Cli, ProgressBarOnlyWhenStderrIsATerminalAndTheFileIsLarge) {
   }
 }
 
-// Runs the CLI on `file`, interrupts it as soon as its header shows that the
-// handler is in place, and returns its status and output.
-CliRun RunAndInterrupt(const std::string& file, const std::string& err_path) {
-  CliRun run;
-  int out_pipe[2];
-  if (pipe(out_pipe) != 0) return run;
-  const int err_fd = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  const pid_t pid = Spawn(ValidateArgs(file), "", out_pipe[1], err_fd);
-  close(out_pipe[1]);
-  close(err_fd);
-  char buf[4096];
-  while (run.out.find("Tables:") == std::string::npos) {
-    const ssize_t n = read(out_pipe[0], buf, sizeof buf);
-    if (n <= 0) break;
-    run.out.append(buf, static_cast<size_t>(n));
+// Waits until the file at `path` holds `text` (or the child has had ten
+// seconds); true when it does.
+bool WaitForText(const std::string& path, const std::string& text) {
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (test::ReadFile(path).find(text) == std::string::npos) {
+    if (std::chrono::steady_clock::now() > until) return false;
+    usleep(2000);
   }
-  kill(pid, SIGINT);
-  for (ssize_t n; (n = read(out_pipe[0], buf, sizeof buf)) > 0;) run.out.append(buf, n);
-  close(out_pipe[0]);
-  run.status = Wait(pid);
-  run.err = test::ReadFile(err_path);
+  return true;
+}
+
+// Runs the CLI on `file`, sends it `signals` one after the other (each once
+// the one before has been taken: the header shows the handler in place, the
+// stop note shows the first signal seen), and returns its status and output.
+CliRun RunAndSignal(const std::string& file, const std::string& dir,
+                    const std::vector<int>& signals) {
+  CliRun run;
+  const std::string out = dir + "/out";
+  const std::string err = dir + "/err";
+  test::Child child;
+  if (!child.Start(VOLP_CLI_PATH, ValidateArgs(file), "", out, err)) return run;
+  WaitForText(out, "Tables:");
+  for (size_t i = 0; i < signals.size(); ++i) {
+    if (i > 0) WaitForText(err, "stopping at the next checkpoint");
+    child.Signal(signals[i]);
+  }
+  run.status = child.Wait();
+  run.out = test::ReadText(out);
+  run.err = test::ReadText(err);
   return run;
 }
 
-TEST(Cli, InterruptStopsTheRunWithACancelledReport) {
-  test::TempDir dir;
-  // Long enough that the run is normally still going when the interrupt
-  // arrives; on a loaded machine the run may win the race, so a run that
-  // ended on its own (status 1, not cancelled) is tried again.
-  const std::string file = dir.Write("grande.txt", LargeFile(3'000'000));
-  CliRun run;
-  for (int attempt = 0; attempt < 5; ++attempt) {
-    run = RunAndInterrupt(file, dir.path() + "/err");
-    if (run.status != 1) break;
+// Ctrl-C and a request to terminate both stop the run at its next
+// checkpoint with the report in place.
+TEST(Cli, InterruptOrTerminateStopsTheRunWithACancelledReport) {
+  for (const int sig : {SIGINT, SIGTERM}) {
+    SCOPED_TRACE(sig == SIGINT ? "SIGINT" : "SIGTERM");
+    test::TempDir dir;
+    // Long enough that the run is normally still going when the signal
+    // arrives; on a loaded machine the run may win the race, so a run that
+    // ended on its own (status 1, not cancelled) is tried again.
+    const std::string file = dir.Write("grande.txt", LargeFile(3'000'000));
+    CliRun run;
+    for (int attempt = 0; attempt < 5; ++attempt) {
+      run = RunAndSignal(file, dir.path(), {sig});
+      if (run.status != 1) break;
+    }
+    // Killed by the signal (128 + n) would mean that no handler was in place.
+    EXPECT_EQ(run.status, 2) << run.out << run.err;
+    EXPECT_NE(run.out.find("Verdict:  Arquivo possui registros rejeitados - Validação Cancelada"),
+              std::string::npos)
+        << run.out;
+    EXPECT_NE(run.err.find("stopping at the next checkpoint"), std::string::npos) << run.err;
+    const std::string report = test::ReadText(dir.path() + "/grande.validacao.xml");
+    EXPECT_NE(report.find(test::L1("<SituacaoValidacao>Validação Cancelada</SituacaoValidacao>")),
+              std::string::npos);
+    EXPECT_FALSE(fs::exists(dir.path() + "/grande.validacao.xml.parcial"));
   }
-  // Killed by the signal (128 + 2) would mean that no handler was in place.
-  EXPECT_EQ(run.status, 2) << run.out << run.err;
-  EXPECT_NE(run.out.find("Verdict:  Arquivo possui registros rejeitados - Validação Cancelada"),
-            std::string::npos)
-      << run.out;
-  EXPECT_NE(run.err.find("stopping at the next checkpoint"), std::string::npos) << run.err;
-  const std::string report = test::ReadFile(dir.path() + "/grande.validacao.xml");
-  EXPECT_NE(report.find(test::L1("<SituacaoValidacao>Validação Cancelada</SituacaoValidacao>")),
-            std::string::npos);
 }
+
+// A second Ctrl-C ends volp at once; the working file does not stay behind.
+TEST(Cli, SecondInterruptEndsAtOnceWithoutLeavingTheWorkingFile) {
+  test::TempDir dir;
+  const std::string file = dir.Write("grande.txt", LargeFile(6'000'000));
+  bool ended_at_once = false;
+  for (int attempt = 0; attempt < 5 && !ended_at_once; ++attempt) {
+    const CliRun run = RunAndSignal(file, dir.path(), {SIGINT, SIGINT});
+    // 128 + SIGINT: ended by the second signal; 2: the stop came first.
+    ASSERT_TRUE(run.status == 128 + SIGINT || run.status == 2) << run.status << run.err;
+    ended_at_once = run.status == 128 + SIGINT;
+    EXPECT_FALSE(fs::exists(dir.path() + "/grande.validacao.xml.parcial")) << attempt;
+  }
+  EXPECT_TRUE(ended_at_once);
+}
+
+#endif  // !_WIN32
 
 // The report goes to the path up to its last "." — a directory's dot
 // counts — and the summary says where that is.
@@ -390,8 +402,8 @@ TEST(Cli, TableWithoutCodesSaysWhatFailed) {
     const CliRun run =
         RunCli({"validate", file, "--today", test::kToday, "--tables", tables.path()});
     EXPECT_EQ(run.status, 2) << run.out << run.err;
-    EXPECT_NE(run.err.find("E#C9113: O arquivo " + tables.path() +
-                           "/RELATORIO_DTB_BRASIL_MUNICIPIO.csv não contém nenhum código de "
+    EXPECT_NE(run.err.find("E#C9113: O arquivo " + tables.path() + platform::Separator() +
+                           "RELATORIO_DTB_BRASIL_MUNICIPIO.csv não contém nenhum código de "
                            "município válido!"),
               std::string::npos)
         << run.err;

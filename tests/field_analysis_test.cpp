@@ -222,7 +222,7 @@ TEST(FieldAnalysis, ShortcutAgreesWithTheFullChecks) {
     const bool digits = rng() % 2 == 0;
     for (size_t i = 0; i < len; ++i)
       t += digits && rng() % 8 != 0 ? static_cast<char>('0' + rng() % 10)
-                                   : alphabet[rng() % alphabet.size()];
+                                    : alphabet[rng() % alphabet.size()];
     return t;
   };
   test::RunFixture full, quick;

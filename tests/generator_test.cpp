@@ -4,17 +4,18 @@
 #include "generator/generator.hpp"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <set>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "generator/identity.hpp"
+#include "spawn.hpp"
 #include "support.hpp"
 
 namespace {
@@ -401,11 +402,12 @@ TEST(GeneratorTest, CommandLine) {
     SCOPED_TRACE(c.why);
     std::remove(out.c_str());
     std::remove((out + ".manifest.json").c_str());
-    const std::string cmd =
-        std::string(VOLP_CLI_PATH) + " generate " + c.args + " > " + dir.path() + "/stdout 2>&1";
-    const int rc = std::system(cmd.c_str());
-    ASSERT_NE(rc, -1);
-    EXPECT_EQ(WEXITSTATUS(rc), c.status) << volp::test::ReadFile(dir.path() + "/stdout");
+    std::vector<std::string> args = {"generate"};
+    std::istringstream words(c.args);
+    for (std::string w; words >> w;) args.push_back(w);
+    const int rc = volp::test::RunProgram(VOLP_CLI_PATH, args, "", dir.path() + "/stdout",
+                                          dir.path() + "/stderr");
+    EXPECT_EQ(rc, c.status) << volp::test::ReadFile(dir.path() + "/stderr");
     EXPECT_EQ(std::ifstream(out + ".manifest.json").good(), c.manifest);
     if (c.status == 0) {
       const volp::Result r = volp::Validate(out, [] {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 
+#include "platform/platform.hpp"
 #include "support.hpp"
 #include "validation/log.hpp"
 
@@ -78,7 +79,7 @@ TEST(Municipios, Variants) {
     std::string log = Load(dir.path(), m, &ok);
     EXPECT_EQ(ok, c.codes > 0) << c.content;
     EXPECT_EQ(m.size(), c.codes) << c.content;
-    EXPECT_EQ(m.source, dir.path() + "/" + kMunicipiosFile);
+    EXPECT_EQ(m.source, dir.path() + platform::Separator() + kMunicipiosFile);
     std::string want = test::L1(c.log);
     if (size_t p = want.find("%s"); p != std::string::npos) want.replace(p, 2, m.source);
     EXPECT_NE(log.find(want), std::string::npos) << c.content << "\n" << log;

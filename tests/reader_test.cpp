@@ -356,7 +356,7 @@ TEST(Run, HostileContentStillEndsInACompleteReport) {
     o.today = test::kToday;
     const Result r = Validate(path, o);
     EXPECT_TRUE(r.completed);
-    const std::string xml = test::ReadFile(r.report_path);
+    const std::string xml = test::ReadText(r.report_path);
     ASSERT_GE(xml.size(), 8u);
     EXPECT_EQ(xml.substr(xml.size() - 8), "</VOLP>\n");
     EXPECT_FALSE(std::filesystem::exists(r.report_path + ".parcial"));

@@ -12,6 +12,7 @@
 #include "layout/latin1.hpp"
 #include "layout/municipios.hpp"
 #include "platform/platform.hpp"
+#include "support.hpp"
 #include "validation/context.hpp"
 
 namespace volp {
@@ -19,12 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
+// The report's lines end as "\n" here on every system.
+std::string Slurp(const std::string& path) { return test::ReadText(path); }
 
 // A run with nothing read yet, whose report goes to a fresh directory.
 class ReportTest : public ::testing::Test {

@@ -1,7 +1,5 @@
 #include "support.hpp"
 
-#include <unistd.h>
-
 #include <atomic>
 #include <cstdio>
 #include <filesystem>
@@ -9,6 +7,7 @@
 #include <regex>
 #include <sstream>
 
+#include "platform/platform.hpp"
 #include "validation/line_bits.hpp"
 #include "validation/reader.hpp"
 #include "validation/state_machine.hpp"
@@ -21,8 +20,8 @@ std::string DataDir() { return VOLP_REPO_DATA_DIR; }
 
 TempDir::TempDir() {
   static std::atomic<int> counter{0};
-  fs::path p = fs::temp_directory_path() /
-               ("volp-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+  fs::path p = fs::temp_directory_path() / ("volp-test-" + std::to_string(platform::ProcessId()) +
+                                            "-" + std::to_string(counter++));
   fs::remove_all(p);
   fs::create_directories(p);
   path_ = p.string();
@@ -48,6 +47,17 @@ std::string ReadFile(const std::string& path) {
   return s.str();
 }
 
+std::string ReadText(const std::string& path) {
+  std::string text = ReadFile(path);
+  std::string out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+    out.push_back(text[i]);
+  }
+  return out;
+}
+
 std::string Lines(const std::vector<std::string>& lines) {
   std::string out;
   for (const std::string& l : lines) out += l + "\r\n";
@@ -60,7 +70,7 @@ Result ValidateText(std::string_view content, std::string* report, Options optio
   if (options.tables_dir.empty()) options.tables_dir = DataDir();
   if (options.today.empty()) options.today = kToday;
   Result r = Validate(path, options);
-  if (report != nullptr) *report = ReadFile(r.report_path);
+  if (report != nullptr) *report = ReadText(r.report_path);
   return r;
 }
 

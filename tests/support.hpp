@@ -35,6 +35,9 @@ class TempDir {
 };
 
 std::string ReadFile(const std::string& path);
+// A text file the system wrote (a report, a program's output) with its line
+// ends as "\n": Windows writes them as CR LF.
+std::string ReadText(const std::string& path);
 
 // Joins lines with CR LF after each one.
 std::string Lines(const std::vector<std::string>& lines);

@@ -1,10 +1,21 @@
 #include "cli_validate.hpp"
 
+#if defined(_WIN32)
+#define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <io.h>
+#include <process.h>
+#include <windows.h>
+#else
 #include <unistd.h>
+#endif
 
 #include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -25,28 +36,90 @@ namespace fs = std::filesystem;
 
 constexpr const char* kTableFile = "RELATORIO_DTB_BRASIL_MUNICIPIO.csv";
 
-// Raised by Ctrl-C; the run polls it at its checkpoints (every 100,000 lines)
-// and ends as a cancelled run with its report in place.
+// Raised by Ctrl-C (and by a request to terminate); the run polls it at its
+// checkpoints (every 100,000 lines) and ends as a cancelled run with its
+// report in place.
 std::atomic<bool> g_stop{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "the signal handler needs a lock-free flag");
 
-extern "C" void OnInterrupt(int) {
-  g_stop.store(true);
-  static const char kNote[] =
-      "\nvolp: stopping at the next checkpoint; press Ctrl-C again to end at once\n";
+// The working file of the running validation, "<report>.parcial": a second
+// Ctrl-C ends volp at once and takes it away, so that no half-written partial
+// report stays behind. Filled before the handlers are in place.
+char g_working_file[4096];
+
+constexpr char kStopNote[] =
+    "\nvolp: stopping at the next checkpoint; press Ctrl-C again to end at once\n";
+
+#if defined(_WIN32)
+int ProcessIdNow() { return _getpid(); }
+bool StderrIsTerminal() { return _isatty(_fileno(stderr)) != 0; }
+
+// Signalled when the validation is over, so that closing the console waits
+// for the cancelled report before the system ends the process.
+HANDLE g_run_over = nullptr;
+
+BOOL WINAPI OnConsoleEvent(DWORD event) {
+  if (event == CTRL_C_EVENT && g_stop.load()) {
+    // The second Ctrl-C: the default handler ends the process.
+    if (g_working_file[0] != '\0') DeleteFileA(g_working_file);
+    return FALSE;
+  }
+  const bool was_stopping = g_stop.exchange(true);
+  if (!was_stopping) {
+    DWORD ignored = 0;
+    WriteFile(GetStdHandle(STD_ERROR_HANDLE), kStopNote, sizeof kStopNote - 1, &ignored, nullptr);
+  }
+  if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
+    // The process ends when this handler returns: give the run the few
+    // seconds the system allows to reach its checkpoint and write the report.
+    if (g_run_over != nullptr) WaitForSingleObject(g_run_over, 4500);
+  }
+  return TRUE;
+}
+
+void InstallInterruptHandler() {
+  if (g_run_over == nullptr) g_run_over = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+}
+
+void RemoveInterruptHandler() {
+  if (g_run_over != nullptr) SetEvent(g_run_over);
+  SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
+}
+#else
+int ProcessIdNow() { return static_cast<int>(getpid()); }
+bool StderrIsTerminal() { return isatty(STDERR_FILENO) != 0; }
+
+extern "C" void OnInterrupt(int signal_number) {
+  if (signal_number == SIGINT && g_stop.load()) {
+    // The second Ctrl-C ends volp at once, as the default action would, but
+    // without leaving the working file behind. unlink, signal and raise are
+    // async-signal-safe.
+    if (g_working_file[0] != '\0') unlink(g_working_file);
+    std::signal(SIGINT, SIG_DFL);
+    std::raise(SIGINT);
+    return;
+  }
+  if (g_stop.exchange(true)) return;
   // write() is async-signal-safe; its result is of no use here.
-  [[maybe_unused]] ssize_t n = write(STDERR_FILENO, kNote, sizeof kNote - 1);
+  [[maybe_unused]] ssize_t n = write(STDERR_FILENO, kStopNote, sizeof kStopNote - 1);
 }
 
 void InstallInterruptHandler() {
   struct sigaction sa = {};
   sa.sa_handler = OnInterrupt;
   sigemptyset(&sa.sa_mask);
-  // The first Ctrl-C asks for a clean stop; the handler then falls back to
-  // the default so that a second one ends the process.
-  sa.sa_flags = SA_RESETHAND;
+  // Ctrl-C asks for a clean stop, a second one ends the process; a request
+  // to terminate (SIGTERM) is a clean stop as well.
   sigaction(SIGINT, &sa, nullptr);
+  sigaction(SIGTERM, &sa, nullptr);
 }
+
+void RemoveInterruptHandler() {
+  std::signal(SIGINT, SIG_DFL);
+  std::signal(SIGTERM, SIG_DFL);
+}
+#endif
 
 bool HasTable(const std::string& dir) {
   std::error_code ec;
@@ -122,14 +195,14 @@ int RunValidate(const Settings& s, bool log_requested) {
   // From here on Ctrl-C asks for a clean stop (the header below tells a
   // watching process that the handler is in place).
   g_stop.store(false);
+  std::snprintf(g_working_file, sizeof g_working_file, "%s.parcial", ReportPath(s.file).c_str());
   InstallInterruptHandler();
 
   if (!s.quiet) {
     std::printf("File:     %s\n", s.file.c_str());
     std::printf("Tables:   %s\n", TablePath(tables).c_str());
     if (log_requested) {
-      std::printf("Log:      %s/log_VOLP_%d/\n", options.log_dir.c_str(),
-                  static_cast<int>(getpid()));
+      std::printf("Log:      %s/log_VOLP_%d/\n", options.log_dir.c_str(), ProcessIdNow());
     }
     std::fflush(stdout);
   }
@@ -137,13 +210,13 @@ int RunValidate(const Settings& s, bool log_requested) {
   // Only files big enough to take a while get a bar, and only on a terminal.
   std::error_code size_ec;
   const auto size = fs::file_size(s.file, size_ec);
-  const bool bar_on = !s.quiet && isatty(STDERR_FILENO) && !size_ec &&
-                      static_cast<int64_t>(size) >= kProgressMinBytes;
+  const bool bar_on =
+      !s.quiet && StderrIsTerminal() && !size_ec && static_cast<int64_t>(size) >= kProgressMinBytes;
   auto bar = std::make_shared<ProgressBar>(stderr, bar_on);
   options.progress = [bar](int64_t read, int64_t total) { bar->Update(read, total); };
 
   const Result result = Validate(s.file, options);
-  std::signal(SIGINT, SIG_DFL);
+  RemoveInterruptHandler();
   bar->Finish();
 
   const int status = ExitStatus(result);
@@ -188,9 +261,9 @@ Municipality table:
   the source tree's data directory. The summary says which one was used.
 
 Stopping a run:
-  Ctrl-C asks the run to stop at its next checkpoint (every 100,000 lines); the
-  report is still written and says "Validação Cancelada". A second Ctrl-C ends
-  volp at once. Another process can stop the run by creating the stop file
+  Ctrl-C (or SIGTERM) asks the run to stop at its next checkpoint (every
+  100,000 lines); the report is still written and says "Validação Cancelada".
+  A second Ctrl-C ends volp at once and removes the partial report. Another process can stop the run by creating the stop file
   .parar_ValidadorVOLP-<pid> in volp's current directory (looked at every
   100,000 lines, at most every 5 seconds; volp deletes it).
 

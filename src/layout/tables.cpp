@@ -53,6 +53,8 @@ constexpr uint32_t Pack4(const char* c) {
          static_cast<uint32_t>(static_cast<unsigned char>(c[3])) << 24;
 }
 
+// Filled once, at the first lookup: the record-type table is defined in
+// another unit, so this cannot be a constant expression.
 struct PackedCodes {
   uint32_t code[kRecordTypeCount];
   PackedCodes() : code{} {

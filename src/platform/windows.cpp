@@ -1,7 +1,9 @@
 // Windows implementation of the platform services. Paths are in the ANSI code
 // page, as the transmitter passes them.
 #define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
 #define NOMINMAX
+#endif
 #include <direct.h>
 #include <intrin.h>
 #include <process.h>

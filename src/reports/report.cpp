@@ -25,12 +25,9 @@
 #include "layout/latin1.hpp"
 #include "layout/tables.hpp"
 #include "platform/platform.hpp"
+#include "platform/system.hpp"
 #include "reports/format.hpp"
 #include "validation/context.hpp"
-
-#ifndef VOLP_VERSION_TEXT
-#define VOLP_VERSION_TEXT "0.0"
-#endif
 
 namespace volp {
 
@@ -40,14 +37,29 @@ constexpr int kCreateAttempts = 10;
 constexpr int kCreateRetryMs = 10;
 constexpr std::time_t kPartialIntervalS = 5;
 
-// The versions are looked up once per process. This build knows its own
-// version; there is no transmitter program beside it to read one from, so
-// that element stays out of the report.
-void LoadVersions(ProcessState& ps) {
-  if (ps.versions_loaded) return;
-  ps.version_dll = VOLP_VERSION_TEXT;
-  ps.version_zulkop.clear();
+// The versions are looked up once per process: the library's own and the
+// transmitter's beside it (on Windows from their version resources). A
+// failed lookup is said in the log and leaves that call without a report.
+int LoadVersions(Run& run, ProcessState& ps) {
+  if (ps.versions_loaded) return 0;
+  platform::Versions v = platform::ReadVersions();
+  if (v.failure == 9100) {
+    run.log.Write(0, "E#C9100: Não achou a DLL %s !\n%s\n"_l1, "volp.dll", v.why.c_str());
+    return -1;
+  }
+  if (v.failure == 9101) {
+    run.log.Write(0, "E#C9101: Não achou o nome completo da DLL %s !\n%s\n"_l1, "volp.dll",
+                  v.why.c_str());
+    return -1;
+  }
+  if (v.failure != 0) {
+    run.log.Write(0, "%s\n", v.why.c_str());
+    return -1;
+  }
+  ps.version_dll = v.library;
+  ps.version_zulkop = v.transmitter;
   ps.versions_loaded = true;
+  return 0;
 }
 
 // Creates (or empties) the working file; false after 10 failed attempts.
@@ -371,7 +383,7 @@ int GerarArquivoValidacao(Run& run, int mode) {
   run.log.Write(3, "GerarArquivoValidacao(0x%08x, %s, %d)\n",
                 static_cast<unsigned>(reinterpret_cast<uintptr_t>(&c)), c.report_name.c_str(),
                 mode);
-  LoadVersions(ps);
+  if (LoadVersions(run, ps) != 0) return -1;
   c.report_work_name = c.report_name + ".parcial";
 
   platform::OutputFile& f = c.report_file;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/platform.hpp"
+#include "services/lifetime.hpp"
 #include "validation/validator.hpp"
 #include "volp/validator.hpp"
 #include "volp/volp.h"
@@ -32,12 +33,21 @@ struct ProcessWide {
   Log log;
 };
 
+// Made at the first call; released when the library is unloaded
+// (ReleaseEntryState), so that a library loaded again starts from zero.
+ProcessWide* g_process = nullptr;
+
 ProcessWide& Process() {
-  static ProcessWide* p = new ProcessWide;  // lives as long as the process
-  return *p;
+  if (g_process == nullptr) g_process = new ProcessWide;
+  return *g_process;
 }
 
 }  // namespace
+
+void ReleaseEntryState() {
+  delete g_process;
+  g_process = nullptr;
+}
 
 Result Validate(const std::string& path, const Options& options) {
   ProcessState ps;
@@ -99,17 +109,23 @@ std::string Latin1ToUtf8(std::string_view latin1) {
 extern "C" VOLP_API int ValidadorVOLP(const char* arquivo, const char* nivelLog,
                                       const char* caminhoLog, const char* ligarLog) {
   using namespace volp;
-  ProcessWide& p = Process();
-  const int level = static_cast<int16_t>(std::atoi(nivelLog ? nivelLog : "0"));
-  const bool enabled = std::atoi(ligarLog ? ligarLog : "0") != 0;
-  p.log.Configure(level, LogDirectoryFrom(caminhoLog), enabled);
-  p.log.Write(3, "ValidadorVOLP(%s, %s, %s, %s)\n", arquivo ? arquivo : "(null)",
-              nivelLog ? nivelLog : "(null)", caminhoLog ? caminhoLog : "(null)",
-              ligarLog ? ligarLog : "(null)");
-  if (arquivo == nullptr) {
-    p.log.Write(3, "Fim ValidadorVOLP: 0\n");
+  // No exception crosses into the transmitter: a run that runs out of memory
+  // or meets any other failure is simply not done.
+  try {
+    ProcessWide& p = Process();
+    const int level = static_cast<int16_t>(std::atoi(nivelLog ? nivelLog : "0"));
+    const bool enabled = std::atoi(ligarLog ? ligarLog : "0") != 0;
+    p.log.Configure(level, LogDirectoryFrom(caminhoLog), enabled);
+    p.log.Write(3, "ValidadorVOLP(%s, %s, %s, %s)\n", arquivo ? arquivo : "(null)",
+                nivelLog ? nivelLog : "(null)", caminhoLog ? caminhoLog : "(null)",
+                ligarLog ? ligarLog : "(null)");
+    if (arquivo == nullptr) {
+      p.log.Write(3, "Fim ValidadorVOLP: 0\n");
+      return 0;
+    }
+    RunOptions options;  // municipality table from the current directory, today's date
+    return ExecutarValidacao(p.ps, p.log, arquivo, options, nullptr);
+  } catch (...) {
     return 0;
   }
-  RunOptions options;  // municipality table from the current directory, today's date
-  return ExecutarValidacao(p.ps, p.log, arquivo, options, nullptr);
 }

@@ -1,39 +1,9 @@
 #include "validation/line_source.hpp"
 
-#include <openssl/evp.h>
-
 #include <algorithm>
 #include <cstring>
 
 namespace volp {
-
-Sha256::Sha256() {
-  EVP_MD_CTX* c = EVP_MD_CTX_new();
-  if (c != nullptr && EVP_DigestInit_ex(c, EVP_sha256(), nullptr) != 1) {
-    EVP_MD_CTX_free(c);
-    c = nullptr;
-  }
-  ctx_ = c;
-}
-
-Sha256::~Sha256() { EVP_MD_CTX_free(static_cast<EVP_MD_CTX*>(ctx_)); }
-
-bool Sha256::Update(const char* data, size_t n) {
-  return n == 0 || EVP_DigestUpdate(static_cast<EVP_MD_CTX*>(ctx_), data, n) == 1;
-}
-
-bool Sha256::Final(std::string* hex) {
-  unsigned char md[EVP_MAX_MD_SIZE];
-  unsigned int len = 0;
-  if (EVP_DigestFinal_ex(static_cast<EVP_MD_CTX*>(ctx_), md, &len) != 1) return false;
-  static const char kHex[] = "0123456789ABCDEF";
-  hex->clear();
-  for (unsigned int i = 0; i < len; ++i) {
-    hex->push_back(kHex[md[i] >> 4]);
-    hex->push_back(kHex[md[i] & 15]);
-  }
-  return true;
-}
 
 LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks, size_t block)
     : file_(file), block_(block != 0 ? block : kBlock), hash_(hash), read_ticks_(read_ticks) {

@@ -16,22 +16,12 @@
 #include <thread>
 
 #include "platform/platform.hpp"
+#include "platform/sha256.hpp"
 #include "validation/line_bits.hpp"
 
 namespace volp {
 
-class Sha256 {
- public:
-  Sha256();
-  ~Sha256();
-  bool ok() const { return ctx_ != nullptr; }
-  bool Update(const char* data, size_t n);
-  // 64 upper-case hex digits; false on failure.
-  bool Final(std::string* hex);
-
- private:
-  void* ctx_ = nullptr;  // EVP_MD_CTX
-};
+using Sha256 = platform::Sha256;
 
 class LineSource {
  public:

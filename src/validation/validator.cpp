@@ -11,6 +11,7 @@
 #include "layout/latin1.hpp"
 #include "layout/municipios.hpp"
 #include "platform/platform.hpp"
+#include "platform/system.hpp"
 #include "reports/format.hpp"
 #include "reports/report.hpp"
 #include "rules/block0.hpp"
@@ -193,7 +194,7 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
   }
   if (is_dir) {
     log.Write(0, "E#C9103: Erro ao tentar abrir o arquivo %s: %s\n", path.c_str(),
-              platform::ErrorText(EISDIR).c_str());
+              platform::ErrorText(platform::DirectoryError()).c_str());
     return 0;
   }
   if (!file.Open(path, &err)) {

@@ -1,0 +1,79 @@
+// The module, versions, machine description and system log on POSIX. There
+// are no version resources: the library's version is the build's and no
+// transmitter is looked for.
+#include <dlfcn.h>
+#include <pwd.h>
+#include <sys/statvfs.h>
+#include <sys/utsname.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "platform/system.hpp"
+
+#ifndef VOLP_VERSION_TEXT
+#define VOLP_VERSION_TEXT "0.0"
+#endif
+
+namespace volp::platform {
+
+int DirectoryError() { return EISDIR; }
+
+std::string ModulePath() {
+  Dl_info info{};
+  if (dladdr(reinterpret_cast<void*>(&ModulePath), &info) == 0 || info.dli_fname == nullptr)
+    return {};
+  return info.dli_fname;
+}
+
+bool ProductVersion(const std::string&, std::string*, std::string* why) {
+  *why = "no version resources on this system";
+  return false;
+}
+
+Versions ReadVersionsFor(const std::string&) {
+  Versions v;
+  v.library = VOLP_VERSION_TEXT;
+  return v;
+}
+
+Versions ReadVersions() { return ReadVersionsFor(ModulePath()); }
+
+bool MoveFileOver(const std::string& from, const std::string& to, int* error) {
+  if (::rename(from.c_str(), to.c_str()) == 0) return true;
+  *error = errno;
+  return false;
+}
+
+MachineInfo DescribeMachine() {
+  MachineInfo m;
+  char buf[256];
+  struct passwd pw;
+  struct passwd* found = nullptr;
+  char pwbuf[1024];
+  if (getpwuid_r(geteuid(), &pw, pwbuf, sizeof pwbuf, &found) == 0 && found != nullptr)
+    m.user = found->pw_name;
+  if (gethostname(buf, sizeof buf) == 0) {
+    buf[sizeof buf - 1] = '\0';
+    m.computer = buf;
+  }
+  struct utsname u;
+  if (uname(&u) == 0) m.system = std::string(u.sysname) + " " + u.release + " " + u.machine;
+  // The root file system's id stands in for the system disk's serial number.
+  struct statvfs st;
+  if (statvfs("/", &st) == 0) {
+    std::snprintf(buf, sizeof buf, "%08lX", static_cast<unsigned long>(st.f_fsid & 0xFFFFFFFFUL));
+    m.disk_serial = buf;
+  }
+  return m;
+}
+
+bool SystemLog(int type, const std::string& message) {
+  const int priority = type == 2 ? LOG_ERR : type == 1 ? LOG_WARNING : LOG_INFO;
+  ::syslog(LOG_USER | priority, "volp: %s", message.c_str());
+  return true;
+}
+
+}  // namespace volp::platform

@@ -1,0 +1,2 @@
+// Stands in for the transmitter in the tests: only its version resource counts.
+int main() { return 0; }
