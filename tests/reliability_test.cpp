@@ -71,8 +71,11 @@ Outcome RunOn(const std::string& path, size_t block = 0) {
 
 bool Exists(const std::string& p) { return fs::exists(p); }
 
+// The report is a text file: its lines end in CR LF on Windows.
 bool WholeReport(const std::string& xml) {
-  return xml.starts_with("<?xml") && xml.ends_with("  </Resumo>\n</VOLP>\n") &&
+  const char* end = platform::Separator() == '\\' ? "  </Resumo>\r\n</VOLP>\r\n"
+                                                   : "  </Resumo>\n</VOLP>\n";
+  return xml.starts_with("<?xml") && xml.ends_with(end) &&
          xml.find("<ParecerFinal>") != std::string::npos;
 }
 
@@ -274,6 +277,7 @@ TEST(Summary, OnlyARunWithoutErrorsLeavesOne) {
   }
 }
 
+#if !defined(_WIN32)
 // Inputs that are not declaration files, and paths whose report name could
 // not be built whole, are refused before anything is written.
 TEST(OddInputs, RefusedWithNothingWritten) {
@@ -331,6 +335,7 @@ TEST(OddInputs, RefusedWithNothingWritten) {
     EXPECT_EQ(after, before);
   }
 }
+#endif  // !_WIN32 (FIFOs and /dev/null are POSIX's)
 
 TEST(Sums, WrapInTwosComplement) {
   constexpr int64_t kMax = std::numeric_limits<int64_t>::max();

@@ -89,10 +89,21 @@ bool InputFile::Stat(const std::string& path, int64_t* size, bool* is_dir, int* 
 }
 
 bool InputFile::Open(const std::string& path, int* error) {
+  if (InjectedFault(FaultOp::kOpen)) {
+    *error = ERROR_READ_FAULT;
+    return false;
+  }
   HANDLE h = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                          OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
   if (h == INVALID_HANDLE_VALUE) {
     *error = static_cast<int>(GetLastError());
+    return false;
+  }
+  // Only a file on a disk is read: a pipe or a console device put in the
+  // file's place would hold the reading until a writer came.
+  if (GetFileType(h) != FILE_TYPE_DISK) {
+    CloseHandle(h);
+    *error = ERROR_INVALID_FUNCTION;
     return false;
   }
   handle_ = h;
@@ -101,6 +112,10 @@ bool InputFile::Open(const std::string& path, int* error) {
 }
 
 int64_t InputFile::Read(char* buf, int64_t n) {
+  if (InjectedFault(FaultOp::kRead)) {
+    SetLastError(ERROR_READ_FAULT);
+    return -1;
+  }
   DWORD got = 0;
   const DWORD want = n > 0x40000000 ? 0x40000000 : static_cast<DWORD>(n);
   if (!ReadFile(static_cast<HANDLE>(handle_), buf, want, &got, nullptr)) return -1;
