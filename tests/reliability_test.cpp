@@ -73,8 +73,8 @@ bool Exists(const std::string& p) { return fs::exists(p); }
 
 // The report is a text file: its lines end in CR LF on Windows.
 bool WholeReport(const std::string& xml) {
-  const char* end = platform::Separator() == '\\' ? "  </Resumo>\r\n</VOLP>\r\n"
-                                                   : "  </Resumo>\n</VOLP>\n";
+  const char* end =
+      platform::Separator() == '\\' ? "  </Resumo>\r\n</VOLP>\r\n" : "  </Resumo>\n</VOLP>\n";
   return xml.starts_with("<?xml") && xml.ends_with(end) &&
          xml.find("<ParecerFinal>") != std::string::npos;
 }
