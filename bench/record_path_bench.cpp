@@ -17,13 +17,14 @@
 #include <string_view>
 #include <vector>
 
+#include "core/context.hpp"
+#include "core/record.hpp"
+#include "core/record_types.hpp"
+#include "fields/municipios.hpp"
 #include "generator/generator.hpp"
-#include "layout/municipios.hpp"
-#include "layout/tables.hpp"
-#include "validation/context.hpp"
-#include "validation/reader.hpp"
-#include "validation/record.hpp"
-#include "validation/state_machine.hpp"
+#include "reading/reader.hpp"
+#include "rules/state.hpp"
+#include "structure/state_machine.hpp"
 
 namespace {
 
@@ -42,7 +43,7 @@ const std::string& Declaration() {
 // One validation run fed line by line, as the reading loop feeds it.
 class Feeder {
  public:
-  Feeder() : run_(ps_, log_, municipios_, options_) {
+  Feeder() : run_(ps_, log_, municipios_, options_, rules_.block0, rules_.block1, rules_.block9) {
     volp::LerCodigosMunicipioIBGE(VOLP_SOURCE_DATA_DIR, log_, municipios_);
     run_.today = "20260115";
   }
@@ -85,6 +86,7 @@ class Feeder {
   volp::Log log_;
   volp::Municipios municipios_;
   volp::RunOptions options_;
+  volp::RuleStates rules_;
   volp::Run run_;
   volp::Record rec_;
   size_t pos_ = 0;

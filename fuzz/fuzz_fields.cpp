@@ -5,20 +5,25 @@
 #include <cstdint>
 #include <string>
 
+#include "core/context.hpp"
+#include "core/record_types.hpp"
+#include "fields/field_analysis.hpp"
+#include "fields/municipios.hpp"
 #include "fuzz_support.hpp"
-#include "layout/field_analysis.hpp"
-#include "layout/municipios.hpp"
-#include "layout/tables.hpp"
-#include "validation/context.hpp"
-#include "validation/reader.hpp"
+#include "reading/reader.hpp"
+#include "rules/state.hpp"
 
 namespace {
 
 struct Side {
-  explicit Side(const volp::Municipios& m) : run(ps, log, m, options) { run.today = "20260115"; }
+  explicit Side(const volp::Municipios& m)
+      : run(ps, log, m, options, rules.block0, rules.block1, rules.block9) {
+    run.today = "20260115";
+  }
   volp::ProcessState ps;
   volp::Log log;
   volp::RunOptions options;
+  volp::RuleStates rules;
   volp::Run run;
   volp::Record rec;
 };

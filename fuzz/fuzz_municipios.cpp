@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string>
 
+#include "core/log.hpp"
+#include "fields/municipios.hpp"
 #include "fuzz_support.hpp"
-#include "layout/municipios.hpp"
-#include "validation/log.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace volp::fuzz;

@@ -6,7 +6,7 @@
 
 #include "fuzz_support.hpp"
 #include "platform/platform.hpp"
-#include "validation/line_source.hpp"
+#include "reading/line_source.hpp"
 
 namespace {
 

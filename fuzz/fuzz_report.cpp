@@ -9,12 +9,13 @@
 #include <filesystem>
 #include <string>
 
+#include "core/context.hpp"
+#include "core/record_types.hpp"
+#include "fields/municipios.hpp"
 #include "fuzz_support.hpp"
-#include "layout/municipios.hpp"
-#include "layout/tables.hpp"
 #include "platform/platform.hpp"
 #include "reports/report.hpp"
-#include "validation/context.hpp"
+#include "rules/state.hpp"
 
 namespace {
 
@@ -41,7 +42,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   volp::Log log;
   volp::Municipios municipios;
   volp::RunOptions options;
-  volp::Run run(ps, log, municipios, options);
+  volp::RuleStates rules;
+  volp::Run run(ps, log, municipios, options, rules.block0, rules.block1, rules.block9);
   volp::ValidationContext& c = run.ctx;
   c.path = ScratchDir() + "/decl.txt";
   c.report_name = ScratchDir() + "/decl.validacao.xml";

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "layout/tables.hpp"
-#include "reports/format.hpp"
+#include "core/format.hpp"
+#include "core/record_types.hpp"
 #include "support.hpp"
 
 namespace volp::test {

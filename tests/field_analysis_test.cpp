@@ -1,4 +1,4 @@
-#include "layout/field_analysis.hpp"
+#include "fields/field_analysis.hpp"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "layout/tables.hpp"
+#include "core/record_types.hpp"
 #include "support.hpp"
 
 namespace volp {

@@ -1,12 +1,12 @@
-#include "reports/findings.hpp"
+#include "core/findings.hpp"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "layout/tables.hpp"
-#include "validation/log.hpp"
+#include "core/log.hpp"
+#include "core/record_types.hpp"
 
 namespace volp {
 namespace {

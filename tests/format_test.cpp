@@ -1,4 +1,4 @@
-#include "reports/format.hpp"
+#include "core/format.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "layout/identifiers.hpp"
+#include "fields/identifiers.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,13 +1,13 @@
-#include "layout/municipios.hpp"
+#include "fields/municipios.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <string>
 
+#include "core/log.hpp"
 #include "platform/platform.hpp"
 #include "support.hpp"
-#include "validation/log.hpp"
 
 namespace volp {
 namespace {

@@ -1,6 +1,6 @@
 // The reader and the splitter: framing findings, pieces of over-long lines,
 // tokens, the limits of the run loop and the digest.
-#include "validation/reader.hpp"
+#include "reading/reader.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "driver/validator.hpp"
+#include "reading/line_source.hpp"
 #include "support.hpp"
-#include "validation/line_source.hpp"
-#include "validation/validator.hpp"
 
 namespace volp {
 namespace {

@@ -20,12 +20,12 @@
 #include <vector>
 
 #include "declaration_builder.hpp"
+#include "driver/validator.hpp"
 #include "generator/generator.hpp"
 #include "platform/platform.hpp"
 #include "rules/common.hpp"
 #include "rules/intern.hpp"
 #include "support.hpp"
-#include "validation/validator.hpp"
 
 namespace volp {
 namespace {

@@ -9,11 +9,12 @@
 #include <sstream>
 #include <string>
 
-#include "layout/latin1.hpp"
-#include "layout/municipios.hpp"
+#include "core/context.hpp"
+#include "core/latin1.hpp"
+#include "fields/municipios.hpp"
 #include "platform/platform.hpp"
+#include "rules/state.hpp"
 #include "support.hpp"
-#include "validation/context.hpp"
 
 namespace volp {
 namespace {
@@ -26,7 +27,7 @@ std::string Slurp(const std::string& path) { return test::ReadText(path); }
 // A run with nothing read yet, whose report goes to a fresh directory.
 class ReportTest : public ::testing::Test {
  protected:
-  ReportTest() : run(ps, log, municipios, options) {
+  ReportTest() : run(ps, log, municipios, options, rules.block0, rules.block1, rules.block9) {
     dir = fs::temp_directory_path() /
           ("volp_report_" + std::to_string(platform::ProcessId()) + "_" +
            ::testing::UnitTest::GetInstance()->current_test_info()->name());
@@ -56,6 +57,7 @@ class ReportTest : public ::testing::Test {
   Log log;
   Municipios municipios;
   RunOptions options;
+  RuleStates rules;
   volp::Run run;
   fs::path dir;
 };

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "layout/tables.hpp"
+#include "core/record_types.hpp"
 
 namespace volp {
 namespace {

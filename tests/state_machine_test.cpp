@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "structure/states.hpp"
 #include "support.hpp"
 
 namespace volp {

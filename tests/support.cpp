@@ -8,9 +8,9 @@
 #include <sstream>
 
 #include "platform/platform.hpp"
-#include "validation/line_bits.hpp"
-#include "validation/reader.hpp"
-#include "validation/state_machine.hpp"
+#include "reading/line_bits.hpp"
+#include "reading/reader.hpp"
+#include "structure/state_machine.hpp"
 
 namespace volp::test {
 
@@ -99,7 +99,8 @@ std::string L1(std::string_view utf8) {
   return out;
 }
 
-RunFixture::RunFixture() : run(ps, log, municipios, options) {
+RunFixture::RunFixture()
+    : run(ps, log, municipios, options, rules.block0, rules.block1, rules.block9) {
   LerCodigosMunicipioIBGE(DataDir(), log, municipios);
   run.today = kToday;
 }

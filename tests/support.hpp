@@ -8,8 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "layout/municipios.hpp"
-#include "validation/context.hpp"
+#include "core/context.hpp"
+#include "fields/municipios.hpp"
+#include "rules/state.hpp"
 #include "volp/validator.hpp"
 
 namespace volp::test {
@@ -61,6 +62,7 @@ struct RunFixture {
   Log log;
   Municipios municipios;
   RunOptions options;
+  RuleStates rules;
   Run run;
   Record rec;
 

@@ -14,10 +14,10 @@
 // at every one), so no quoting is needed.
 #include <cinttypes>
 
-#include "layout/tables.hpp"
+#include "core/context.hpp"
+#include "core/record_types.hpp"
 #include "platform/platform.hpp"
 #include "reports/report.hpp"
-#include "validation/context.hpp"
 
 #ifndef VOLP_VERSION_TEXT
 #define VOLP_VERSION_TEXT "0.0"

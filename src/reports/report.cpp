@@ -22,12 +22,12 @@
 #include <numeric>
 #include <vector>
 
-#include "layout/latin1.hpp"
-#include "layout/tables.hpp"
+#include "core/context.hpp"
+#include "core/format.hpp"
+#include "core/latin1.hpp"
+#include "core/record_types.hpp"
 #include "platform/platform.hpp"
 #include "platform/system.hpp"
-#include "reports/format.hpp"
-#include "validation/context.hpp"
 
 namespace volp {
 

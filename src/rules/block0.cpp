@@ -15,12 +15,12 @@
 #include <cinttypes>
 #include <vector>
 
-#include "layout/field_analysis.hpp"
-#include "layout/latin1.hpp"
-#include "reports/format.hpp"
+#include "core/context.hpp"
+#include "core/format.hpp"
+#include "core/latin1.hpp"
+#include "fields/field_analysis.hpp"
 #include "rules/common.hpp"
 #include "rules/uf_check.hpp"
-#include "validation/context.hpp"
 
 namespace volp {
 namespace {

@@ -19,8 +19,8 @@
 
 #include "absl/container/flat_hash_map.h"
 #include "absl/container/flat_hash_set.h"
+#include "core/record.hpp"
 #include "rules/intern.hpp"
-#include "validation/record.hpp"
 
 namespace volp {
 

@@ -5,11 +5,11 @@
 #include <string>
 #include <string_view>
 
-#include "layout/latin1.hpp"
-#include "reports/format.hpp"
+#include "core/context.hpp"
+#include "core/format.hpp"
+#include "core/latin1.hpp"
 #include "rules/block1.hpp"
 #include "rules/common.hpp"
-#include "validation/context.hpp"
 
 namespace volp::b1 {
 

@@ -9,11 +9,11 @@
 #include <cinttypes>
 #include <cstdio>
 
-#include "layout/field_analysis.hpp"
-#include "layout/latin1.hpp"
-#include "reports/format.hpp"
+#include "core/context.hpp"
+#include "core/format.hpp"
+#include "core/latin1.hpp"
+#include "fields/field_analysis.hpp"
 #include "rules/common.hpp"
-#include "validation/context.hpp"
 
 namespace volp {
 namespace {

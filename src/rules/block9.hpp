@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "layout/tables.hpp"
+#include "core/record_types.hpp"
 
 namespace volp {
 

@@ -1,6 +1,6 @@
 #include "rules/common.hpp"
 
-#include "validation/context.hpp"
+#include "core/context.hpp"
 
 namespace volp {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "validation/record.hpp"
+#include "core/record.hpp"
 
 namespace volp {
 

@@ -4,13 +4,13 @@
 // destination, or else the client's own state, must be the declaring state.
 #include <string_view>
 
-#include "layout/field_analysis.hpp"
-#include "layout/latin1.hpp"
-#include "reports/format.hpp"
+#include "core/context.hpp"
+#include "core/format.hpp"
+#include "core/latin1.hpp"
+#include "fields/field_analysis.hpp"
 #include "rules/block0.hpp"
 #include "rules/block1.hpp"
 #include "rules/block1_util.hpp"
-#include "validation/context.hpp"
 
 namespace volp {
 

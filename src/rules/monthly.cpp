@@ -7,13 +7,13 @@
 #include <string_view>
 #include <vector>
 
-#include "layout/field_analysis.hpp"
-#include "layout/latin1.hpp"
-#include "reports/format.hpp"
+#include "core/context.hpp"
+#include "core/format.hpp"
+#include "core/latin1.hpp"
+#include "fields/field_analysis.hpp"
 #include "rules/block0.hpp"
 #include "rules/block1.hpp"
 #include "rules/block1_util.hpp"
-#include "validation/context.hpp"
 
 namespace volp {
 

@@ -11,12 +11,12 @@
 #include <string>
 #include <string_view>
 
-#include "layout/field_analysis.hpp"
-#include "layout/latin1.hpp"
-#include "layout/tables.hpp"
+#include "core/context.hpp"
+#include "core/latin1.hpp"
+#include "core/record_types.hpp"
+#include "fields/field_analysis.hpp"
 #include "rules/common.hpp"
 #include "rules/uf_check.hpp"
-#include "validation/context.hpp"
 
 namespace volp {
 namespace {

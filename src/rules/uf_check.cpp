@@ -5,10 +5,10 @@
 // two ranges of CEP prefixes.
 #include "rules/uf_check.hpp"
 
-#include "layout/identifiers.hpp"
-#include "layout/latin1.hpp"
+#include "core/context.hpp"
+#include "core/latin1.hpp"
+#include "fields/identifiers.hpp"
 #include "rules/common.hpp"
-#include "validation/context.hpp"
 
 namespace volp {
 namespace {

@@ -12,19 +12,20 @@
 // of the record before), the actions to run for an accepted record and the
 // state that follows. A record that no row accepts is reported and
 // otherwise ignored: its validator is not run and the state stays.
-#include "validation/state_machine.hpp"
+#include "structure/state_machine.hpp"
 
 #include <array>
 #include <cstdint>
 
-#include "layout/latin1.hpp"
-#include "layout/tables.hpp"
+#include "core/context.hpp"
+#include "core/latin1.hpp"
+#include "core/record_types.hpp"
 #include "rules/block0.hpp"
 #include "rules/block1.hpp"
 #include "rules/block9.hpp"
 #include "rules/common.hpp"
 #include "rules/opening.hpp"
-#include "validation/context.hpp"
+#include "structure/states.hpp"
 
 namespace volp {
 namespace {

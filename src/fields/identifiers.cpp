@@ -1,10 +1,10 @@
 // Check digits of the Brazilian taxpayer numbers (CNPJ for companies, CPF for
 // people) and of IBGE municipality codes, and the federative units with the
 // CEP (postal code) ranges the post office assigns to each of them.
-#include "layout/identifiers.hpp"
+#include "fields/identifiers.hpp"
 
-#include "layout/latin1.hpp"
-#include "validation/context.hpp"
+#include "core/context.hpp"
+#include "core/latin1.hpp"
 
 namespace volp {
 

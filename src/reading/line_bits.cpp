@@ -1,4 +1,4 @@
-#include "validation/line_bits.hpp"
+#include "reading/line_bits.hpp"
 
 #include <cstring>
 

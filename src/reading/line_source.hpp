@@ -17,7 +17,7 @@
 
 #include "platform/platform.hpp"
 #include "platform/sha256.hpp"
-#include "validation/line_bits.hpp"
+#include "reading/line_bits.hpp"
 
 namespace volp {
 

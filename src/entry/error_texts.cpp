@@ -1,9 +1,9 @@
 // The Portuguese texts of the system error numbers 0 to 255 (as Windows
 // numbers them, GetLastError), for the transmitter's messages. Numbers the
 // system leaves unassigned say so.
-#include "services/error_texts.hpp"
+#include "entry/error_texts.hpp"
 
-#include "layout/latin1.hpp"
+#include "core/latin1.hpp"
 
 namespace volp {
 

@@ -1,4 +1,4 @@
-#include "validation/log.hpp"
+#include "core/log.hpp"
 
 #include "platform/platform.hpp"
 

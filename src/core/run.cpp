@@ -1,7 +1,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "validation/context.hpp"
+#include "core/context.hpp"
 
 namespace volp {
 

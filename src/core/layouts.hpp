@@ -5,8 +5,8 @@
 // everything else reads them through kRecordTypes.
 #pragma once
 
-#include "layout/latin1.hpp"
-#include "layout/tables.hpp"
+#include "core/latin1.hpp"
+#include "core/record_types.hpp"
 
 namespace volp::layout {
 

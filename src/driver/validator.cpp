@@ -1,5 +1,5 @@
 // The validation run: set-up, the reading loop, the end sequence.
-#include "validation/validator.hpp"
+#include "driver/validator.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -8,17 +8,17 @@
 #include <cstring>
 #include <ctime>
 
-#include "layout/latin1.hpp"
-#include "layout/municipios.hpp"
+#include "core/format.hpp"
+#include "core/latin1.hpp"
+#include "fields/municipios.hpp"
 #include "platform/platform.hpp"
 #include "platform/system.hpp"
-#include "reports/format.hpp"
+#include "reading/line_source.hpp"
+#include "reading/reader.hpp"
 #include "reports/report.hpp"
-#include "rules/block0.hpp"
-#include "rules/block9.hpp"
-#include "validation/line_source.hpp"
-#include "validation/reader.hpp"
-#include "validation/state_machine.hpp"
+#include "rules/state.hpp"
+#include "structure/state_machine.hpp"
+#include "structure/states.hpp"
 
 namespace volp {
 
@@ -168,7 +168,8 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
   if (!LerCodigosMunicipioIBGE(options.tables_dir, log, municipios)) return 0;
   if (summary) summary->tables_path = municipios.source;
 
-  Run run(ps, log, municipios, options);
+  RuleStates rules;
+  Run run(ps, log, municipios, options, rules.block0, rules.block1, rules.block9);
   ValidationContext& ctx = run.ctx;
   ctx.start_ns = start_ns;
   ctx.start_time = start_time;

@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
+#include "entry/error_texts.hpp"
+#include "entry/lifetime.hpp"
 #include "platform/platform.hpp"
 #include "platform/system.hpp"
-#include "services/error_texts.hpp"
-#include "services/lifetime.hpp"
 #include "volp/volp.h"
 
 namespace volp {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "validation/context.hpp"
+#include "core/context.hpp"
 
 namespace volp {
 

@@ -1,9 +1,9 @@
-#include "reports/findings.hpp"
+#include "core/findings.hpp"
 
 #include <cstdlib>
 
-#include "reports/format.hpp"
-#include "validation/log.hpp"
+#include "core/format.hpp"
+#include "core/log.hpp"
 
 namespace volp {
 

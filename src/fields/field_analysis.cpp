@@ -9,7 +9,7 @@
 // This runs for every field of every record of files with tens of millions of
 // lines, so it allocates nothing, uses no regex or locale, and formats a
 // message only when it has something to report.
-#include "layout/field_analysis.hpp"
+#include "fields/field_analysis.hpp"
 
 #include <array>
 #include <cstdarg>
@@ -20,11 +20,12 @@
 #include <string_view>
 #include <utility>
 
-#include "layout/identifiers.hpp"
-#include "layout/latin1.hpp"
-#include "layout/layouts.hpp"
-#include "layout/tables.hpp"
-#include "validation/context.hpp"
+#include "core/context.hpp"
+#include "core/latin1.hpp"
+#include "core/layouts.hpp"
+#include "core/record_types.hpp"
+#include "fields/identifiers.hpp"
+#include "fields/municipios.hpp"
 
 namespace volp {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "layout/tables.hpp"
+#include "core/record_types.hpp"
 
 namespace volp {
 

@@ -4,15 +4,15 @@
 // Published copies differ in encoding (Latin-1 or UTF-8, with or without a
 // byte-order mark) and separator (";", "," or tab), so both are taken from the
 // header line.
-#include "layout/municipios.hpp"
+#include "fields/municipios.hpp"
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "layout/latin1.hpp"
+#include "core/latin1.hpp"
+#include "core/log.hpp"
 #include "platform/platform.hpp"
-#include "validation/log.hpp"
 
 namespace volp {
 

@@ -4,7 +4,7 @@
 // The numbers are written by hand into the fixed buffer of NumText: these
 // formats run inside messages and traces, so they neither allocate nor go
 // through printf.
-#include "reports/format.hpp"
+#include "core/format.hpp"
 
 #include <cstdint>
 

@@ -1,10 +1,10 @@
 // The table of record types, over the field tables of layouts.hpp.
-#include "layout/tables.hpp"
+#include "core/record_types.hpp"
 
 #include <iterator>
 
-#include "layout/latin1.hpp"
-#include "layout/layouts.hpp"
+#include "core/latin1.hpp"
+#include "core/layouts.hpp"
 
 namespace volp {
 

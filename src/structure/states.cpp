@@ -1,4 +1,4 @@
-#include "validation/states.hpp"
+#include "structure/states.hpp"
 
 namespace volp {
 

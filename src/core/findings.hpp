@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "layout/tables.hpp"
-#include "validation/record.hpp"
+#include "core/record.hpp"
+#include "core/record_types.hpp"
 #include "volp/validator.hpp"
 
 namespace volp {

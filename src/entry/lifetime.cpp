@@ -1,7 +1,7 @@
 // Releasing the process-lifetime state at unload: DllMain's process detach on
 // Windows, a destructor of the shared object elsewhere (it also runs at the
 // end of a program that links the library statically).
-#include "services/lifetime.hpp"
+#include "entry/lifetime.hpp"
 
 #if defined(_WIN32)
 #define WIN32_LEAN_AND_MEAN

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <string>
 
+#include "driver/validator.hpp"
+#include "entry/lifetime.hpp"
 #include "platform/platform.hpp"
-#include "services/lifetime.hpp"
-#include "validation/validator.hpp"
 #include "volp/validator.hpp"
 #include "volp/volp.h"
 

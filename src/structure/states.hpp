@@ -28,6 +28,8 @@ enum State : int {
   kAguardandoEncerrar,
 };
 inline constexpr int kStateCount = 21;
+// A fresh run context starts in the first state.
+static_assert(kAguardando0000 == 0);
 
 // "AGUARDANDO_REGISTRO_0000" ... "AGUARDANDO_ENCERRAR"; "vazio" for -1.
 const char* StateName(int state);

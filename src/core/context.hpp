@@ -9,17 +9,20 @@
 #include <string>
 #include <vector>
 
-#include "layout/municipios.hpp"
+#include "core/findings.hpp"
+#include "core/log.hpp"
+#include "core/record.hpp"
 #include "platform/platform.hpp"
-#include "reports/findings.hpp"
-#include "rules/block0.hpp"
-#include "rules/block1.hpp"
-#include "rules/block9.hpp"
-#include "validation/log.hpp"
-#include "validation/record.hpp"
-#include "validation/states.hpp"
 
 namespace volp {
+
+// Owned by the stages above the core: the municipality table (fields/) and the
+// state each group of rules keeps between records (rules/). The run holds
+// them by reference and never needs their insides.
+class Municipios;
+struct Block0State;
+struct Block1State;
+struct Block9State;
 
 // What outlives a run inside one process: the findings list with its counters,
 // the per-type counters, the record counts, the stop flag, the phase timers
@@ -83,7 +86,7 @@ struct ValidationContext {
   int64_t average_count = 0;
 
   // Structure.
-  int state = kAguardando0000;
+  int state = 0;  // the structure machine's state (structure/states.hpp), 0 = awaiting 0000
   int previous_state = -1;
   int previous_type = -1;  // previous record type as an integer
   int previous_type_index = -1;
@@ -144,8 +147,9 @@ inline void MedirMedia(ValidationContext& c) {
 
 // Everything one run reads and writes, passed explicitly to every step.
 struct Run {
-  Run(ProcessState& ps_, Log& log_, const Municipios& mun_, const RunOptions& opts_)
-      : ps(ps_), log(log_), municipios(mun_), opts(opts_) {}
+  Run(ProcessState& ps_, Log& log_, const Municipios& mun_, const RunOptions& opts_,
+      Block0State& b0, Block1State& b1, Block9State& b9)
+      : ps(ps_), log(log_), municipios(mun_), opts(opts_), block0(b0), block1(b1), block9(b9) {}
 
   ProcessState& ps;
   Log& log;
@@ -154,9 +158,11 @@ struct Run {
   std::string today;  // AAAAMMDD, the day of the run
 
   ValidationContext ctx;
-  Block0State block0;
-  Block1State block1;
-  Block9State block9;
+  // The rules' state, each group's owned by its rule files (rules/state.hpp
+  // gathers them for whoever sets up a run).
+  Block0State& block0;
+  Block1State& block1;
+  Block9State& block9;
 
   FindingsCollector& findings() { return ps.findings; }
   bool TooManyErrors() const { return ps.findings.errors >= kMaxErrors; }

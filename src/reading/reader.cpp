@@ -1,5 +1,5 @@
 // Framing checks and the split of one line into the fields of its record.
-#include "validation/reader.hpp"
+#include "reading/reader.hpp"
 
 #include <cstdint>
 #include <cstring>
@@ -8,9 +8,9 @@
 #include <emmintrin.h>
 #endif
 
-#include "layout/latin1.hpp"
-#include "validation/context.hpp"
-#include "validation/line_bits.hpp"
+#include "core/context.hpp"
+#include "core/latin1.hpp"
+#include "reading/line_bits.hpp"
 
 namespace volp {
 

@@ -1,4 +1,4 @@
-#include "validation/line_source.hpp"
+#include "reading/line_source.hpp"
 
 #include <algorithm>
 #include <cstring>
