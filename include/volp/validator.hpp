@@ -49,6 +49,8 @@ struct Finding {
   std::string field_name;
   std::string message;
   int32_t severity = 2;  // 1 "Advertência", 2 and 3 "Rejeição"
+  // The message's stable code ("VOLP-1110-MCAPT-SEM-0200"; docs/messages.md).
+  std::string code;
 };
 
 struct TypeSummary {

@@ -168,11 +168,38 @@ struct Run {
   bool TooManyErrors() const { return ps.findings.errors >= kMaxErrors; }
 
   // Records a finding against the current record and one of its fields
-  // (index 0 = the record as a whole with field number 0).
-  void Report(const Record& r, int field_index, int32_t severity, std::string_view message);
+  // (index 0 = the record as a whole with field number 0): message `id` of
+  // the table with the values of its placeholders, at the table's severity.
+  template <class... A>
+  void Report(const Record& r, int field_index, MsgOf<A...> id, const A&... args) {
+    MsgText text;
+    const MessageDef& d = Message(id.id);
+    ReportText(r, field_index, d.severity, FormatMessage(text, id, args...), d.code);
+  }
   // Records a finding at another position (an earlier record's line).
+  template <class... A>
   void ReportAt(int64_t offset, int64_t line, int type_index, int32_t field_index,
-                const FieldRef* field, int32_t severity, std::string_view message);
+                const FieldRef* field, MsgOf<A...> id, const A&... args) {
+    MsgText text;
+    const MessageDef& d = Message(id.id);
+    ReportTextAt(offset, line, type_index, field_index, field, d.severity,
+                 FormatMessage(text, id, args...), d.code);
+  }
+
+  // The same with a message already written out.
+  void ReportText(const Record& r, int field_index, int32_t severity, std::string_view message,
+                  std::string_view code = {});
+  void ReportTextAt(int64_t offset, int64_t line, int type_index, int32_t field_index,
+                    const FieldRef* field, int32_t severity, std::string_view message,
+                    std::string_view code = {});
+  // Until every check names its message in the table.
+  void Report(const Record& r, int field_index, int32_t severity, std::string_view message) {
+    ReportText(r, field_index, severity, message);
+  }
+  void ReportAt(int64_t offset, int64_t line, int type_index, int32_t field_index,
+                const FieldRef* field, int32_t severity, std::string_view message) {
+    ReportTextAt(offset, line, type_index, field_index, field, severity, message);
+  }
 };
 
 // printf into the 300-byte message buffer that every check uses: a message

@@ -9,7 +9,8 @@ namespace volp {
 
 void SalvarErroArquivo(FindingsCollector& fc, Log& log, int64_t offset, int64_t line,
                        int type_index, std::string_view type_code, int32_t field_index,
-                       const FieldRef* field, int32_t severity, std::string_view message) {
+                       const FieldRef* field, int32_t severity, std::string_view message,
+                       std::string_view code) {
   if (log.On(7)) {
     log.Write(7, "    SalvarErroArquivo(%lld, %lld, 0x%08x, %d, 0x%08x, %d, %.*s) %.*s\n",
               static_cast<long long>(offset), static_cast<long long>(line),
@@ -28,6 +29,7 @@ void SalvarErroArquivo(FindingsCollector& fc, Log& log, int64_t offset, int64_t 
     f.field_number = field_index == 0 ? 0 : std::abs(field_index) + 1;
     f.severity = severity;
     f.message.assign(message);
+    f.code.assign(code);
     if (field != nullptr) {
       f.column = field->column;
       f.content.assign(field->content);

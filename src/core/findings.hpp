@@ -7,17 +7,12 @@
 #include <string_view>
 #include <vector>
 
+#include "core/messages.hpp"
 #include "core/record.hpp"
 #include "core/record_types.hpp"
 #include "volp/validator.hpp"
 
 namespace volp {
-
-enum Severity : int32_t {
-  kAdvertencia = 1,      // warning, printed "Advertência"
-  kErro = 2,             // error, printed "Rejeição"
-  kErroRejeitaTipo = 3,  // counted as an error, rejects the type once; printed "Rejeição"
-};
 
 struct TypeCounters {
   int64_t count = 0;  // records of this type read
@@ -48,9 +43,11 @@ struct FindingsCollector {
 // Records one finding. `type_index` is the row of kRecordTypes or -1;
 // `type_code` the code to print (for an unknown record type it is the text
 // read, with type_index -1). `field_index` 0 gives field number 0; k gives
-// |k| + 1; negative means "the record as a whole" (length -1).
+// |k| + 1; negative means "the record as a whole" (length -1). `code` is the
+// message's stable code (core/messages.inc).
 void SalvarErroArquivo(FindingsCollector& fc, Log& log, int64_t offset, int64_t line,
                        int type_index, std::string_view type_code, int32_t field_index,
-                       const FieldRef* field, int32_t severity, std::string_view message);
+                       const FieldRef* field, int32_t severity, std::string_view message,
+                       std::string_view code = {});
 
 }  // namespace volp

@@ -5,8 +5,11 @@
 // everything else reads them through kRecordTypes.
 #pragma once
 
+#include <iterator>
+
 #include "core/latin1.hpp"
 #include "core/record_types.hpp"
+#include "core/rows.hpp"
 
 namespace volp::layout {
 
@@ -204,5 +207,122 @@ inline constexpr FieldDef k9999[] = {
     {0, kNumerico, 4, 0, 'S', "Tipo 9999"_l1},
     {1, kNumerico, 12, 0, 'S', "QTD_LIN - Quantidade total de linhas do arquivo digital"_l1},
 };
+
+// Every named row against its table: the count, and the field's own name
+// where the layout gives one ("COD_MCAPT - ...").
+constexpr bool NomeComeca(const char* name, const char* prefix) {
+  while (*prefix != '\0') {
+    if (*name++ != *prefix++) return false;
+  }
+  return *name == ' ';
+}
+static_assert(f0000::kRows == std::size(k0000));
+static_assert(NomeComeca(k0000[f0000::kCodVer].name, "COD_VER"));
+static_assert(NomeComeca(k0000[f0000::kCodFin].name, "COD_FIN"));
+static_assert(NomeComeca(k0000[f0000::kUfFisco].name, "UF_FISCO"));
+static_assert(NomeComeca(k0000[f0000::kDtIni].name, "DT_INI"));
+static_assert(NomeComeca(k0000[f0000::kDtFin].name, "DT_FIN"));
+static_assert(NomeComeca(k0000[f0000::kTpAmb].name, "TP_AMB"));
+static_assert(NomeComeca(k0000[f0000::kMesVal].name, "MES_VAL"));
+static_assert(f0001::kRows == std::size(k0001));
+static_assert(NomeComeca(k0001[f0001::kIndMov].name, "IND_MOV"));
+static_assert(f0005::kRows == std::size(k0005));
+static_assert(NomeComeca(k0005[f0005::kCodMun].name, "COD_MUN"));
+static_assert(NomeComeca(k0005[f0005::kUf].name, "UF"));
+static_assert(NomeComeca(k0005[f0005::kNomeResp].name, "NOME_RESP"));
+static_assert(f0100::kRows == std::size(k0100));
+static_assert(NomeComeca(k0100[f0100::kCodCliente].name, "COD_CLIENTE"));
+static_assert(NomeComeca(k0100[f0100::kNFant].name, "N_FANT"));
+static_assert(NomeComeca(k0100[f0100::kCodMun].name, "COD_MUN"));
+static_assert(NomeComeca(k0100[f0100::kNomeResp].name, "NOME_RESP"));
+static_assert(NomeComeca(k0100[f0100::kFoneCont].name, "FONE_CONT"));
+static_assert(NomeComeca(k0100[f0100::kEmailCont].name, "EMAIL_CONT"));
+static_assert(NomeComeca(k0100[f0100::kDtCreden].name, "DT_CREDEN"));
+static_assert(NomeComeca(k0100[f0100::kIndSub].name, "IND_SUB"));
+static_assert(f0105::kRows == std::size(k0105));
+static_assert(f0200::kRows == std::size(k0200));
+static_assert(NomeComeca(k0200[f0200::kCodMcapt].name, "COD_MCAPT"));
+static_assert(NomeComeca(k0200[f0200::kNumLog].name, "NUM_LOG"));
+static_assert(NomeComeca(k0200[f0200::kTipoTecn].name, "TIPO_TECN"));
+static_assert(NomeComeca(k0200[f0200::kTermProp].name, "TERM_PROP"));
+static_assert(f0300::kRows == std::size(k0300));
+static_assert(NomeComeca(k0300[f0300::kCodIpPar].name, "COD_IP_PAR"));
+static_assert(NomeComeca(k0300[f0300::kCodMun].name, "COD_MUN"));
+static_assert(NomeComeca(k0300[f0300::kNomeResp].name, "NOME_RESP"));
+static_assert(NomeComeca(k0300[f0300::kFoneCont].name, "FONE_CONT"));
+static_assert(NomeComeca(k0300[f0300::kEmailCont].name, "EMAIL_CONT"));
+static_assert(f0600::kRows == std::size(k0600));
+static_assert(NomeComeca(k0600[f0600::kTpAutoriz].name, "TP_AUTORIZ"));
+static_assert(NomeComeca(k0600[f0600::kTpTransac].name, "TP_TRANSAC"));
+static_assert(NomeComeca(k0600[f0600::kCodMun].name, "COD_MUN"));
+static_assert(NomeComeca(k0600[f0600::kNomeResp].name, "NOME_RESP"));
+static_assert(NomeComeca(k0600[f0600::kFoneCont].name, "FONE_CONT"));
+static_assert(NomeComeca(k0600[f0600::kEmailCont].name, "EMAIL_CONT"));
+static_assert(NomeComeca(k0600[f0600::kDtIniAut].name, "DT_INI_AUT"));
+static_assert(NomeComeca(k0600[f0600::kDtFimAut].name, "DT_FIM_AUT"));
+static_assert(f0990::kRows == std::size(k0990));
+static_assert(NomeComeca(k0990[f0990::kQtdLin0].name, "QTD_LIN_0"));
+static_assert(f1001::kRows == std::size(k1001));
+static_assert(NomeComeca(k1001[f1001::kIndMov].name, "IND_MOV"));
+static_assert(f1100::kRows == std::size(k1100));
+static_assert(NomeComeca(k1100[f1100::kCodIpPar].name, "COD_IP_PAR"));
+static_assert(NomeComeca(k1100[f1100::kCodCliente].name, "COD_CLIENTE"));
+static_assert(NomeComeca(k1100[f1100::kIndComex].name, "IND_COMEX"));
+static_assert(NomeComeca(k1100[f1100::kIndExtemp].name, "IND_EXTEMP"));
+static_assert(NomeComeca(k1100[f1100::kDtIni].name, "DT_INI"));
+static_assert(NomeComeca(k1100[f1100::kDtFin].name, "DT_FIN"));
+static_assert(NomeComeca(k1100[f1100::kValor].name, "VALOR"));
+static_assert(NomeComeca(k1100[f1100::kQtd].name, "QTD"));
+static_assert(f1110::kRows == std::size(k1110));
+static_assert(NomeComeca(k1110[f1110::kCodMcapt].name, "COD_MCAPT"));
+static_assert(NomeComeca(k1110[f1110::kDtOp].name, "DT_OP"));
+static_assert(NomeComeca(k1110[f1110::kValor].name, "VALOR"));
+static_assert(NomeComeca(k1110[f1110::kQtd].name, "QTD"));
+static_assert(NomeComeca(k1110[f1110::kCnpjAdqui].name, "CNPJ_ADQUI"));
+static_assert(f1115::kRows == std::size(k1115));
+static_assert(NomeComeca(k1115[f1115::kNsu].name, "NSU"));
+static_assert(NomeComeca(k1115[f1115::kCodAut].name, "COD_AUT"));
+static_assert(NomeComeca(k1115[f1115::kIdTransac].name, "ID_TRANSAC"));
+static_assert(NomeComeca(k1115[f1115::kIndSplit].name, "IND_SPLIT"));
+static_assert(NomeComeca(k1115[f1115::kBandeira].name, "BANDEIRA"));
+static_assert(NomeComeca(k1115[f1115::kNatOper].name, "NAT_OPER"));
+static_assert(NomeComeca(k1115[f1115::kGeo].name, "GEO"));
+static_assert(f1120::kRows == std::size(k1120));
+static_assert(NomeComeca(k1120[f1120::kUfDest].name, "UF_DEST"));
+static_assert(NomeComeca(k1120[f1120::kChaveNf].name, "CHAVE_NF"));
+static_assert(NomeComeca(k1120[f1120::kCnpjDest].name, "CNPJ_DEST"));
+static_assert(NomeComeca(k1120[f1120::kCpfDest].name, "CPF_DEST"));
+static_assert(NomeComeca(k1120[f1120::kIdDest].name, "ID_DEST"));
+static_assert(NomeComeca(k1120[f1120::kChaveNfse].name, "CHAVE_NFSE"));
+static_assert(NomeComeca(k1120[f1120::kChaveDce].name, "CHAVE_DCE"));
+static_assert(f1200::kRows == std::size(k1200));
+static_assert(NomeComeca(k1200[f1200::kCodIpPar].name, "COD_IP_PAR"));
+static_assert(NomeComeca(k1200[f1200::kCodCliente].name, "COD_CLIENTE"));
+static_assert(NomeComeca(k1200[f1200::kCodMcapt].name, "COD_MCAPT"));
+static_assert(NomeComeca(k1200[f1200::kNsu].name, "NSU"));
+static_assert(NomeComeca(k1200[f1200::kCodAut].name, "COD_AUT"));
+static_assert(NomeComeca(k1200[f1200::kIdTransac].name, "ID_TRANSAC"));
+static_assert(NomeComeca(k1200[f1200::kDtOp].name, "DT_OP"));
+static_assert(NomeComeca(k1200[f1200::kDtCanc].name, "DT_CANC"));
+static_assert(NomeComeca(k1200[f1200::kTipoCanc].name, "TIPO_CANC"));
+static_assert(NomeComeca(k1200[f1200::kVlOrig].name, "VL_ORIG"));
+static_assert(NomeComeca(k1200[f1200::kVlCanc].name, "VL_CANC"));
+static_assert(f1220::kRows == std::size(k1220));
+static_assert(NomeComeca(k1220[f1220::kUfDest].name, "UF_DEST"));
+static_assert(NomeComeca(k1220[f1220::kChaveNf].name, "CHAVE_NF"));
+static_assert(NomeComeca(k1220[f1220::kCnpjDest].name, "CNPJ_DEST"));
+static_assert(NomeComeca(k1220[f1220::kCpfDest].name, "CPF_DEST"));
+static_assert(NomeComeca(k1220[f1220::kIdDest].name, "ID_DEST"));
+static_assert(f1990::kRows == std::size(k1990));
+static_assert(NomeComeca(k1990[f1990::kQtdLin1].name, "QTD_LIN_1"));
+static_assert(f9001::kRows == std::size(k9001));
+static_assert(NomeComeca(k9001[f9001::kIndMov].name, "IND_MOV"));
+static_assert(f9900::kRows == std::size(k9900));
+static_assert(NomeComeca(k9900[f9900::kRegBlc].name, "REG_BLC"));
+static_assert(NomeComeca(k9900[f9900::kQtdRegBlc].name, "QTD_REG_BLC"));
+static_assert(f9990::kRows == std::size(k9990));
+static_assert(NomeComeca(k9990[f9990::kQtdLin9].name, "QTD_LIN_9"));
+static_assert(f9999::kRows == std::size(k9999));
+static_assert(NomeComeca(k9999[f9999::kQtdLin].name, "QTD_LIN"));
 
 }  // namespace volp::layout

@@ -18,16 +18,23 @@ constexpr int32_t CodeNumber(const char* c) {
 
 }  // namespace
 
-#define VOLP_ROW(code, req, level, occ) \
-  { #code, req, k##code, static_cast < int32_t>(std::size(k##code)), level, occ, CodeNumber(#code) }
+#define VOLP_ROW(code, req, level, occ, min_year)                                \
+  {                                                                              \
+#code, req, k##code, static_cast < int32_t>(std::size(k##code)), level, occ, \
+        CodeNumber(#code), min_year                                              \
+  }
 const RecordTypeDef kRecordTypes[kRecordTypeCount] = {
-    VOLP_ROW(0000, 'S', 0, "1"),   VOLP_ROW(0001, 'S', 1, "1"),   VOLP_ROW(0005, 'S', 2, "1"),
-    VOLP_ROW(0100, ' ', 2, "V"),   VOLP_ROW(0105, ' ', 3, "1:N"), VOLP_ROW(0200, ' ', 2, "V"),
-    VOLP_ROW(0300, ' ', 2, "V"),   VOLP_ROW(0600, ' ', 2, "V"),   VOLP_ROW(0990, 'S', 1, "1"),
-    VOLP_ROW(1001, 'S', 1, "1"),   VOLP_ROW(1100, ' ', 2, "V"),   VOLP_ROW(1110, ' ', 3, "1:N"),
-    VOLP_ROW(1115, ' ', 4, "1:N"), VOLP_ROW(1120, ' ', 4, "1:1"), VOLP_ROW(1200, ' ', 2, "V"),
-    VOLP_ROW(1220, ' ', 3, "1:1"), VOLP_ROW(1990, 'S', 1, "1"),   VOLP_ROW(9001, 'S', 1, "1"),
-    VOLP_ROW(9900, 'S', 2, "V"),   VOLP_ROW(9990, 'S', 1, "1"),   VOLP_ROW(9999, 'S', 0, "1"),
+    VOLP_ROW(0000, 'S', 0, "1", 2010),   VOLP_ROW(0001, 'S', 1, "1", 2010),
+    VOLP_ROW(0005, 'S', 2, "1", 2010),   VOLP_ROW(0100, ' ', 2, "V", 1970),
+    VOLP_ROW(0105, ' ', 3, "1:N", 2010), VOLP_ROW(0200, ' ', 2, "V", 2010),
+    VOLP_ROW(0300, ' ', 2, "V", 2010),   VOLP_ROW(0600, ' ', 2, "V", 1970),
+    VOLP_ROW(0990, 'S', 1, "1", 2010),   VOLP_ROW(1001, 'S', 1, "1", 2010),
+    VOLP_ROW(1100, ' ', 2, "V", 2010),   VOLP_ROW(1110, ' ', 3, "1:N", 2010),
+    VOLP_ROW(1115, ' ', 4, "1:N", 2010), VOLP_ROW(1120, ' ', 4, "1:1", 2010),
+    VOLP_ROW(1200, ' ', 2, "V", 2010),   VOLP_ROW(1220, ' ', 3, "1:1", 2010),
+    VOLP_ROW(1990, 'S', 1, "1", 2010),   VOLP_ROW(9001, 'S', 1, "1", 2010),
+    VOLP_ROW(9900, 'S', 2, "V", 2010),   VOLP_ROW(9990, 'S', 1, "1", 2010),
+    VOLP_ROW(9999, 'S', 0, "1", 2010),
 };
 #undef VOLP_ROW
 

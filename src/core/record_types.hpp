@@ -42,6 +42,11 @@ struct RecordTypeDef {
   int32_t level;           // 0 opening/closing, 1 block open/close, 2.. nested
   const char* occurrence;  // "1", "V", "1:N", "1:1"
   int32_t number;          // the code as a number (0 for "0000", 1100 for "1100")
+  // A date field of this type naming an earlier year "contém data muito
+  // antiga": the registries of clients (0100) and authorised institutions
+  // (0600) describe relations that may be decades old and go back to 1970;
+  // the period of the file and the operations of block 1 cannot predate 2010.
+  int32_t min_year;
 };
 
 inline constexpr int kRecordTypeCount = 21;

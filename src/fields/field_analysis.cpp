@@ -191,11 +191,6 @@ void Reportar(Run& run, Record& rec, int i, int32_t severity, const char* fmt, .
   run.Report(rec, i, severity, buf);
 }
 
-// The oldest year a date of this record type may carry: the registries of
-// block 0 describe clients and authorisations that may be decades old; the
-// period of the file and the operations of block 1 cannot predate the format.
-int AnoMinimo(int type_index) { return type_index == kR0100 || type_index == kR0600 ? 1970 : 2010; }
-
 // Money and other numbers with decimals: an integer part, one comma and
 // exactly `decimals` digits, e.g. "1234,56". The integer part may take the
 // layout size less the comma and the decimals.
@@ -252,7 +247,7 @@ void AnalisarData(Run& run, Record& rec, int i) {
     Reportar(run, rec, i, kErro, "Campo %02d - '%s' contém data inválida."_l1, num, d.name);
     return;
   }
-  if (Num(t, 0, 4) < AnoMinimo(rec.type_index)) {
+  if (Num(t, 0, 4) < rec.type->min_year) {
     Reportar(run, rec, i, kErro, "Campo %02d - '%s' contém data muito antiga."_l1, num, d.name);
     return;
   }

@@ -126,10 +126,7 @@ int VerificarDigitos(std::string_view digits, int length, int first_weight, int 
   int found = 0, expected = 0;
   int k = FirstBadDigit(digits, length, first_weight, min_weight, reset_weight, &found, &expected);
   if (k < 0) return 0;
-  Msg m;
-  run.Report(rec, field_index, kErro,
-             m("O dígito verificador %d não confere! Tem valor %d mas deveria ter %d."_l1, k + 1,
-               found, expected));
+  run.Report(rec, field_index, MsgId::kDigitoVerificador, k + 1, found, expected);
   return -1;
 }
 

@@ -16,12 +16,8 @@ namespace {
 void ReportOtherUf(Run& run, Record& rec, int index, const UfDef& found, int uf_index) {
   const Field& f = rec.fields[index];
   const std::string_view uf = rec.fields[uf_index].text;
-  Msg m;
-  run.Report(rec, index, kErro,
-             m("O campo %02d - '%s' contém '%.*s' que pertence a UF '%s' e não pertence a UF "
-               "'%.*s' informado no campo %02d do registro %s."_l1,
-               index + 1, rec.def(index).name, Len(f.text), f.text.data(), found.sigla, Len(uf),
-               uf.data(), uf_index + 1, rec.type->code));
+  run.Report(rec, index, MsgId::kUfOutra, index + 1, rec.def(index).name, f.text, found.sigla, uf,
+             uf_index + 1, rec.type->code);
 }
 
 }  // namespace
@@ -41,10 +37,8 @@ void VerificarUfMunicipioCep(Run& run, Record& rec, int cep_index, int mun_index
   if (cep.filled) {
     const UfDef* owner = FindUfByCep(cep.text);
     if (owner == nullptr) {
-      Msg m;
-      run.Report(rec, cep_index, kErro,
-                 m("O campo %02d - '%s' contém '%.*s' que não pertence a nenhuma UF."_l1,
-                   cep_index + 1, rec.def(cep_index).name, Len(cep.text), cep.text.data()));
+      run.Report(rec, cep_index, MsgId::kCepSemUf, cep_index + 1, rec.def(cep_index).name,
+                 cep.text);
     } else if (uf != owner->sigla) {
       ReportOtherUf(run, rec, cep_index, *owner, uf_index);
     }
