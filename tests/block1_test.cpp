@@ -738,14 +738,8 @@ TEST(Block1, OnlyAnAcceptedDestinationExemptsItsClient) {
   const std::string obrigatorio =
       "Campo 02 - 'UF_DEST - UF para qual foi destinada a transação comercial ou prestação de "
       "serviço' é obrigatório.";
+  // (A refused 1120 does not: see Destinations.)
   RunCases({
-      {"a refused 1120 does not",
-       [](Arquivo& a) {
-         a.registry.insert(a.registry.begin() + 2, kC3);
-         const std::vector<std::string> c3 = GrupoC3("RJ");
-         a.block1.insert(a.block1.begin() + 5, c3.begin(), c3.end());
-       },
-       {{"|1120|RJ|", 1, 2, 2, UfDest("1120")}, {"|0100|C3|", 1, 9, 2, UfCliente("RJ")}}},
       {"a 1120 without UF_DEST is not judged and does not either",
        [](Arquivo& a) {
          a.registry.insert(a.registry.begin() + 2, kC3);
