@@ -143,6 +143,7 @@ INSTANTIATE_TEST_SUITE_P(
                      [](auto& r) {
                        test::Put(r, "|0300|", -1, Device("M8", "LOG8", "4", "1", "MarcaX"));
                        test::Put(r, "|0300|", -1, Device("M9", "LOG9", "1", "1", ""));
+                       test::Put(r, "|0300|", -1, Device("MA", "LOGA", "7", "2", "MarcaX"));
                      }),
                 {{"|0200|M8|", 1, 5,
                   "Para o Tipo de Tecnologia '4 - E-commerce' o campo 05 - TERM_PROP deve ser '0' "
@@ -150,8 +151,15 @@ INSTANTIATE_TEST_SUITE_P(
                  {"|0200|M9|", 1, 6,
                   "Para Terminal de Terceiro onde o campo 05 - TERM_PROP é igual a 1 deve ser "
                   "informado o campo 06 - MARCA."},
+                 // Cash or another structure is always a third party's terminal.
+                 {"|0200|MA|", 1, 5,
+                  "O campo 05 - TERM_PROP o tipo de terminal pode ser 0 ou 1 e não: '2'."},
+                 {"|0200|MA|", 1, 5,
+                  "Para o Tipo de Tecnologia '7 - Pagamento efetuado em dinheiro ou por outra "
+                  "estrutura' o campo 05 - TERM_PROP deve ser 1 e não: 2."},
                  {"|0200|M8|", 1, 2, NoRef("0200", "COD_MCAPT", "M8")},
-                 {"|0200|M9|", 1, 2, NoRef("0200", "COD_MCAPT", "M9")}}},
+                 {"|0200|M9|", 1, 2, NoRef("0200", "COD_MCAPT", "M9")},
+                 {"|0200|MA|", 1, 2, NoRef("0200", "COD_MCAPT", "MA")}}},
         Variant{"authorisation_ending_when_it_starts",
                 [] { return Authorisations({Auth("246813570001", "20250110", "20250110")}); },
                 {{"|0600|", 1, 14,

@@ -437,28 +437,46 @@ TEST(Block1, GroupClosings) {
   });
 }
 
+// Values of zero are errors in every finalidade but the notification's (3),
+// which may be answered with an empty month: that one then closes neither
+// its day nor its summary.
 TEST(Block1, ZeroValuesDependOnFinalidade) {
   const std::vector<std::string> zero = {R1100("C1", "0,00", "0"),
                                          R1110("M1", "20251201", "0,00", "0", kCnpjAdq),
                                          R1115("NSU1", "0,00")};
+  const std::vector<std::string> zero_messages = {
+      "No campo 08 - 'VALOR - Valor total das operações' o valor é 0,00!",
+      "No campo 09 - 'QTD - Quantidade de operações' o valor é 0!",
+      "No campo 04 - 'VALOR - Valor total diário das operações realizadas na data' o valor é "
+      "0,00!",
+      "No campo 05 - 'QTD - Quantidade total diária de operações realizadas na data' o valor é "
+      "0!",
+      "No campo 08 - 'Valor da operação' o valor é 0,00!"};
   Arquivo normal;
   normal.registry = {kC1, kM1};
   normal.block1 = zero;
   const std::string c1 = "|1100||C1|";
   Expect(normal,
-         {{c1, 1, 8, 2, "No campo 08 - 'VALOR - Valor total das operações' o valor é 0,00!"},
-          {c1, 1, 9, 2, "No campo 09 - 'QTD - Quantidade de operações' o valor é 0!"},
-          {"|1110|", 1, 4, 2,
-           "No campo 04 - 'VALOR - Valor total diário das operações realizadas na data' o valor "
-           "é 0,00!"},
-          {"|1110|", 1, 5, 2,
-           "No campo 05 - 'QTD - Quantidade total diária de operações realizadas na data' o "
-           "valor é 0!"},
-          {"|1115|", 1, 8, 2, "No campo 08 - 'Valor da operação' o valor é 0,00!"},
+         {{c1, 1, 8, 2, zero_messages[0]},
+          {c1, 1, 9, 2, zero_messages[1]},
+          {"|1110|", 1, 4, 2, zero_messages[2]},
+          {"|1110|", 1, 5, 2, zero_messages[3]},
+          {"|1115|", 1, 8, 2, zero_messages[4]},
           {"|1110|", 1, 5, 2, "Registro 1110 com QTD '0' que não confere com 1 registro 1115."}});
 
-  // A notification may be answered with an empty month, which then closes
-  // neither its day nor its summary.
+  for (const char* fin : {"1", "2", "3", "4", "5", "6"}) {
+    SCOPED_TRACE(std::string("finalidade ") + fin);
+    Arquivo a = normal;
+    a.cod_fin = fin;
+    const Result r = test::ValidateText(test::Lines(a.Lines()));
+    ASSERT_TRUE(r.completed) << r.failure;
+    for (const std::string& message : zero_messages) {
+      const bool found = std::any_of(r.findings.begin(), r.findings.end(), [&](const Finding& f) {
+        return Latin1ToUtf8(f.message) == message;
+      });
+      EXPECT_EQ(found, std::string_view(fin) != "3") << message;
+    }
+  }
   Arquivo notificacao = normal;
   notificacao.cod_fin = "3";
   Expect(notificacao, {});
@@ -720,14 +738,8 @@ TEST(Block1, OnlyAnAcceptedDestinationExemptsItsClient) {
   const std::string obrigatorio =
       "Campo 02 - 'UF_DEST - UF para qual foi destinada a transação comercial ou prestação de "
       "serviço' é obrigatório.";
+  // (A refused 1120 does not: see Destinations.)
   RunCases({
-      {"a refused 1120 does not",
-       [](Arquivo& a) {
-         a.registry.insert(a.registry.begin() + 2, kC3);
-         const std::vector<std::string> c3 = GrupoC3("RJ");
-         a.block1.insert(a.block1.begin() + 5, c3.begin(), c3.end());
-       },
-       {{"|1120|RJ|", 1, 2, 2, UfDest("1120")}, {"|0100|C3|", 1, 9, 2, UfCliente("RJ")}}},
       {"a 1120 without UF_DEST is not judged and does not either",
        [](Arquivo& a) {
          a.registry.insert(a.registry.begin() + 2, kC3);

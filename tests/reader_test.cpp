@@ -41,6 +41,19 @@ TEST(Splitter, FramingAndTokens) {
         "arquivo deve termincar com CR e LF."},
        {"0001", "1"}},
       {"|0001|1|", kR0001, {}, {"0001", "1"}},  // last line without line end
+      // A line of nothing but its line end, either one alone.
+      {"\r",
+       -1,
+       {"Encontrou o caractere CR no final do registro e faltou o caractere LF. Cada registro do "
+        "arquivo deve termincar com CR e LF.",
+        L1("O registro está vazio!")},
+       {}},
+      {"\n",
+       -1,
+       {"Encontrou o caractere LF no final do registro e faltou antes o caractere CR. Cada "
+        "registro do arquivo deve terminar com CR e LF.",
+        L1("O registro está vazio!")},
+       {}},
       {"\r\n", -1, {L1("O registro está vazio!")}, {}},
       {"abc\r\n",
        -1,
@@ -305,6 +318,25 @@ TEST(Run, HundredUnknownRecordsStopTheRun) {
   // The required-record check is skipped.
   for (const Finding& f : r.findings)
     EXPECT_EQ(f.message.find("obrigat"), std::string::npos) << f.message;
+}
+
+TEST(Run, ThreeThousandErrorsStopTheRunAtTheNextLine) {
+  // Every 0001 after the first is out of place, one error each: lines 3 to
+  // 3,002 make exactly 3,000 errors, and the run stops as line 3,003 starts.
+  const std::string opening = "|0000|07|1|SP|11222333000181|Empresa|20251001|20251031|1|202511|";
+  std::vector<std::string> lines(3010, "|0001|1|");
+  lines[0] = opening;
+  Result r = test::ValidateText(test::Lines(lines));
+  EXPECT_TRUE(r.completed);
+  EXPECT_EQ(r.records_read, 3003);
+  EXPECT_EQ(r.errors, 3001);
+  ASSERT_EQ(r.findings.size(), 3001u);
+  const Finding& stop = r.findings.back();
+  EXPECT_EQ(stop.message, L1("Parou a validação porque encontrou muitos erros!"));
+  EXPECT_EQ(stop.severity, 2);
+  EXPECT_EQ(stop.line, 3003);
+  EXPECT_EQ(stop.offset, static_cast<int64_t>(opening.size() + 2 + 3001 * 10));
+  EXPECT_EQ(r.findings[r.findings.size() - 2].line, 3002);
 }
 
 TEST(Run, EmptyFileListsEveryRequiredRecord) {

@@ -275,19 +275,18 @@ TEST_F(ReportTest, Verdict) {
   }
 }
 
-TEST_F(ReportTest, ReportThatCannotBeCreated) {
-  run.ctx.report_name = (dir / "missing" / "decl.validacao.xml").string();
-  // The final write gives up quietly; the completing write then has nothing
-  // to put in place and says so.
-  EXPECT_EQ(GerarArquivoValidacao(run, kFinal), 0);
-  EXPECT_EQ(GerarArquivoValidacao(run, kCompletar), 1);
-  EXPECT_FALSE(fs::exists(run.ctx.report_name));
-}
-
-// A partial report on disk must never become the final one.
-TEST_F(ReportTest, CompletingWithoutFinalLeavesNoReport) {
+// The completing write puts only a whole final report in place: not one
+// whose final write could not create its file (that write gives up
+// quietly), and never a partial one.
+TEST_F(ReportTest, CompletingWithoutAWholeFinalWriteLeavesNoReport) {
+  const std::string report = run.ctx.report_name;
   ASSERT_EQ(GerarArquivoValidacao(run, kParcial), 0);
   ASSERT_TRUE(fs::exists(Work()));
+  EXPECT_EQ(GerarArquivoValidacao(run, kCompletar), 1);
+  EXPECT_FALSE(fs::exists(report));
+
+  run.ctx.report_name = (dir / "missing" / "decl.validacao.xml").string();
+  EXPECT_EQ(GerarArquivoValidacao(run, kFinal), 0);
   EXPECT_EQ(GerarArquivoValidacao(run, kCompletar), 1);
   EXPECT_FALSE(fs::exists(run.ctx.report_name));
 }
