@@ -48,6 +48,14 @@ while IFS= read -r hit; do
   fi
 done < <(grep -rn '^#include "' tools || true)
 
+# Every message of a finding lives in the message table (core/messages.inc):
+# the stages name a message by its id. A finding's text written out in a
+# stage, or a printf format for one, is a message outside the table.
+while IFS= read -r hit; do
+  complain "$hit: a finding's text outside core/messages.inc (add a row and use its MsgId)"
+done < <(grep -rnE '\bReportText(At)?\(|\bMsg m\b|\bm\("' src --include='*.cpp' --include='*.hpp' |
+  grep -v '^src/core/' || true)
+
 if [ "$bad" -ne 0 ]; then
   echo "check-layers: includes against the stage order (see docs/architecture.md)" >&2
   exit 1
