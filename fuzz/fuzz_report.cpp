@@ -77,8 +77,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                              in.ConsumeIntegral<int16_t>()};
     const int32_t severity = in.ConsumeIntegralInRange(0, 4);
     const std::string message = text(300);
-    run.ReportAt(in.ConsumeIntegral<int32_t>(), in.ConsumeIntegral<int32_t>(), type, field,
-                 field != 0 ? &ref : nullptr, severity, message);
+    run.ReportTextAt(in.ConsumeIntegral<int32_t>(), in.ConsumeIntegral<int32_t>(), type, field,
+                     field != 0 ? &ref : nullptr, severity, message);
     ++findings;
   }
 

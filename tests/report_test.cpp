@@ -42,7 +42,7 @@ class ReportTest : public ::testing::Test {
 
   void Add(int64_t line, int type, int32_t field_index, const FieldRef* field, int32_t severity,
            const std::string& message) {
-    run.ReportAt(line * 10, line, type, field_index, field, severity, message);
+    run.ReportTextAt(line * 10, line, type, field_index, field, severity, message);
   }
 
   // Final and completing writes, as the end of a run makes them; the report.
