@@ -184,6 +184,41 @@ INSTANTIATE_TEST_SUITE_P(
                   "informada no campo 04 do registro 0000 ou ter um registro 1120 ou 1220."}}}),
     [](const auto& info) { return std::string(info.param.name); });
 
+// The code fields whose values the rules hold to fewer than their layout
+// admits, each with the exact text of its finding.
+std::string ClientIndSub(std::string_view ind_sub) {
+  return Rec({"0100", "C1", Cnpj("445556660001"), "", "Cliente", "Rua B, 2", "01310100", "3550308",
+              "SP", "", "", "", "20200115", ind_sub});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CodeValues, Block0File,
+    ::testing::Values(
+        Variant{"ind_sub_other_than_0_or_1",
+                Edit(RegistryBase, Put("|0100|C1|", 0, ClientIndSub("2"))),
+                {{"|0100|C1|", 1, 14,
+                  "No campo 14 - 'IND_SUB - Indicador de operação de intermediação' o valor pode "
+                  "ser: 0 ou 1 e não: 2."}}},
+        Variant{"technology_8",
+                Edit(RegistryBase, Put("|0300|", -1, Device("M8", "LOG8", "8", "0", ""))),
+                {{"|0200|M8|", 1, 4,
+                  "No campo 04 - TIPO_TECN o tipo de tecnologia pode ser: 1, 2, 3, 4, 5, 6 ou 7 e "
+                  "não: 8."},
+                 {"|0200|M8|", 1, 2, NoRef("0200", "COD_MCAPT", "M8")}}},
+        Variant{"authorisation_and_transactions_codes",
+                [] {
+                  return Authorisations({Rec({"0600", "3", Cnpj("246813570001"), "2", "Autorizada",
+                                              "Rua E, 5", "01310400", "3550308", "SP", "Beltrano",
+                                              "1144445555", "aut@teste.com.br", "20250110", ""})});
+                },
+                {{"|0600|", 1, 2,
+                  "No campo 02 - 'TP_AUTORIZ - Tipo de registro de autorização' o tipo de "
+                  "autorização pode ser: 1 ou 2 e não: 3."},
+                 {"|0600|", 1, 4,
+                  "No campo 04 - 'TP_TRANSAC - Existirão transações comverciais' pode ser: 0 "
+                  "(Não) ou 1 (Sim) e não: 2."}}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
 struct EndChecks : ::testing::Test {
   RunFixture fx;
   ClientEntry& AddClient(std::string_view code, std::string_view uf = "SP") {

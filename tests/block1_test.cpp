@@ -953,5 +953,68 @@ TEST(Block1, NotificationSweepCountsWarningsToo) {
   }
 }
 
+// The recipient and indicator rules the cases above leave out, each with the
+// exact text of its finding.
+TEST(Block1, RecipientAndIndicatorRules) {
+  const std::string c1 = "|1100||C1|";
+  const std::string longo(256, 'X');  // ID_DEST holds 255
+  RunCases({
+      {"CPF and an identification of the recipient, in a 1120 and in a 1220",
+       [](Arquivo& a) {
+         a.block1[3] = R1120("SP", "", kCpfDest, "X1");
+         a.block1.back() = R1220("SP", "", kCpfDest, "X1");
+       },
+       {{"|1120|", 1, 6, 2,
+         "Já está preenchido o campo 05 - CPF_DEST então não pode preencher o campo 06 - "
+         "ID_DEST."},
+        {"|1220|", 1, 6, 2,
+         "Já está preenchido o campo CPF_DEST então não pode preencher o campo ID_DEST."}}},
+      {"an identification alone, longer than its field",
+       [&](Arquivo& a) {
+         a.block1[3] = R1120("SP", "", "", longo);
+         a.block1.back() = R1220("SP", "", "", longo);
+       },
+       // The layout's own length check and the reader's fire as well.
+       {{"|1120|", 1, 6, 2,
+         "O campo 06 - ID_DEST tem 256 posições mas deveria ter no máximo 255 posições."},
+        {"|1120|", 1, 6, 2,
+         "Campo 06 - 'ID_DEST - Identificação de destinatários sem cadastro de CPF ou CNPJ' tem "
+         "tamanho 256 superior ao máximo 255."},
+        {"|1120|", 1, 7, 2, "Campo com tamanho maior que 255."},
+        {"|1220|", 1, 6, 2,
+         "O campo ID_DEST tem 256 posições mas deveria ter no máximo 255 posições."},
+        {"|1220|", 1, 6, 2,
+         "Campo 06 - 'ID_DEST - Identificação do destinatário sem cadastro de CPF ou CNPJ' tem "
+         "tamanho 256 superior ao máximo 255."},
+        {"|1220|", 1, 7, 2, "Campo com tamanho maior que 255."}}},
+      {"an extemporaneous indicator other than 0 or 1 counts as extemporaneous",
+       [](Arquivo& a) {
+         a.block1[0] = R1100("C1", "100,00", "2", "20251201", "20251231", "0", "2");
+       },
+       {{c1, 1, 5, 2,
+         "No campo IND_EXTEMP o indicador de informação extemporânea pode ser 0 ou 1 e não: "
+         "'2'."},
+        {c1, 1, 6, 2, Extemp("DT_INI", "inicial", "20251201")},
+        {c1, 1, 7, 2, Extemp("DT_FIN", "final", "20251231")}}},
+      {"extemporaneous information in a rectifying file",
+       [](Arquivo& a) {
+         a.cod_fin = "2";
+         a.block1[0] = R1100("C1", "100,00", "2", "20251101", "20251130", "0", "1");
+         a.block1[1] = R1110("M1", "20251130", "100,00", "2", kCnpjAdq);
+       },
+       {{c1, 1, 5, 2, "Em remessa de arquivo retificador não são aceitos registros extemporâneos."},
+        {"|1200|", 1, 0, 2,
+         "Registro 1200 de cancelamento extemporâneo são aceitos apenas em remessa de arquivo "
+         "com finalidade 01 - Normal."}}},
+      {"a cancellation after the period",
+       [](Arquivo& a) {
+         a.block1[a.block1.size() - 2] = R1200("20251115", "20260101", "50,00", "50,00");
+       },
+       {{"|1200|", 1, 9, 2,
+         "No campo DT_CANC a data do cancelamento deve ser igual ou inferior a data final "
+         "20251231 do campo DT_FIN no registro 0000 e não: 20260101."}}},
+  });
+}
+
 }  // namespace
 }  // namespace volp

@@ -17,31 +17,13 @@
 
 #include "core/context.hpp"
 #include "core/format.hpp"
-#include "core/latin1.hpp"
+#include "core/rows.hpp"
 #include "fields/field_analysis.hpp"
 #include "rules/common.hpp"
 #include "rules/uf_check.hpp"
 
 namespace volp {
 namespace {
-
-// Layout rows (row 0 is the record type; the printed field number is row + 1).
-namespace r0100 {
-constexpr int kCodCliente = 1, kCnpj = 2, kCpf = 3, kCep = 6, kCodMun = 7, kUf = 8, kIndSub = 13;
-}
-namespace r0105 {
-constexpr int kCnpjVan = 1, kQtdTransacoes = 3;
-}
-namespace r0200 {
-constexpr int kCodMcapt = 1, kNumLog = 2, kTipoTecn = 3, kTermProp = 4, kMarca = 5;
-}
-namespace r0300 {
-constexpr int kCodIpPar = 1, kCep = 5, kCodMun = 6, kUf = 7;
-}
-namespace r0600 {
-constexpr int kTpAutoriz = 1, kCnpj = 2, kTpTransac = 3, kCep = 6, kCodMun = 7, kUf = 8,
-              kDtIniAut = 12, kDtFimAut = 13;
-}
 
 // The value of a one-digit code field, or -1 when the text is not made of
 // digits only (so that "x" or " 1" never pass for a valid code).
@@ -87,21 +69,18 @@ void CheckUf(Run& run, Record& rec, int cep, int mun, int uf) {
   if (f.filled && f.valid) VerificarUfMunicipioCep(run, rec, cep, mun, uf);
 }
 
-void ReportDuplicate(Run& run, Record& rec, int field, const char* fmt_with_key,
-                     std::string_view key, const RegisteredAt& first) {
-  Msg m;
-  run.Report(rec, field, kErro,
-             m(fmt_with_key, static_cast<int>(key.size()), key.data(), Milhar(first.line).c_str(),
-               Milhar(first.offset).c_str()));
+// A key registered before: the message names the key (or not) and the first
+// record's line and byte position.
+void ReportDuplicate(Run& run, Record& rec, int field,
+                     MsgOf<std::string_view, NumText, NumText> msg, std::string_view key,
+                     const RegisteredAt& first) {
+  run.Report(rec, field, msg, key, Milhar(first.line), Milhar(first.offset));
 }
 
-void ReportDuplicateNoKey(Run& run, Record& rec, int field, const char* fmt,
+void ReportDuplicateNoKey(Run& run, Record& rec, int field, MsgOf<NumText, NumText> msg,
                           const RegisteredAt& first) {
-  Msg m;
-  run.Report(rec, field, kErro, m(fmt, Milhar(first.line).c_str(), Milhar(first.offset).c_str()));
+  run.Report(rec, field, msg, Milhar(first.line), Milhar(first.offset));
 }
-
-int Printed(int row) { return row + 1; }
 
 }  // namespace
 
@@ -109,22 +88,19 @@ void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
   LogValidador(run, "0100", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
-  Msg m;
 
-  CheckUf(run, rec, r0100::kCep, r0100::kCodMun, r0100::kUf);
+  CheckUf(run, rec, f0100::kCep, f0100::kCodMun, f0100::kUf);
 
-  const Field& ind_sub = rec.fields[r0100::kIndSub];
+  const Field& ind_sub = rec.fields[f0100::kIndSub];
   if (ind_sub.filled) {
     int v = CodeValue(ind_sub.text);
     if (v != 0 && v != 1) {
-      run.Report(rec, r0100::kIndSub, kErro,
-                 m("No campo %02d - '%s' o valor pode ser: 0 ou 1 e não: %.*s."_l1,
-                   Printed(r0100::kIndSub), rec.def(r0100::kIndSub).name, Len(ind_sub.text),
-                   ind_sub.text.data()));
+      run.Report(rec, f0100::kIndSub, MsgId::kIndSubInvalido, CampoNumero(f0100::kIndSub),
+                 rec.def(f0100::kIndSub).name, ind_sub.text);
     }
   }
 
-  const Field& code = rec.fields[r0100::kCodCliente];
+  const Field& code = rec.fields[f0100::kCodCliente];
   st.current_client = {};
   if (code.filled) {
     auto [entry, added] = Register(st.arena, st.clients, code.text, [&](std::string_view interned) {
@@ -133,18 +109,16 @@ void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
       e.offset = run.ctx.offset;
       e.line = run.ctx.line;
       e.code_column = code.column;
-      e.uf_column = rec.fields[r0100::kUf].column;
-      e.uf = st.arena.Copy(Text(rec, r0100::kUf));
-      if (rec.fields[r0100::kCpf].filled && !rec.fields[r0100::kCnpj].filled)
-        e.cpf = st.arena.Copy(Text(rec, r0100::kCpf));
+      e.uf_column = rec.fields[f0100::kUf].column;
+      e.uf = st.arena.Copy(Text(rec, f0100::kUf));
+      if (rec.fields[f0100::kCpf].filled && !rec.fields[f0100::kCnpj].filled)
+        e.cpf = st.arena.Copy(Text(rec, f0100::kCpf));
       return e;
     });
     st.current_client = entry->code;
     if (!added) {
-      ReportDuplicate(run, rec, r0100::kCodCliente,
-                      "Esse Código de Cliente '%.*s' já foi encontrado na linha %s e posição %s "
-                      "no arquivo."_l1,
-                      code.text, RegisteredAt{entry->offset, entry->line});
+      ReportDuplicate(run, rec, f0100::kCodCliente, MsgId::kClienteRepetido, code.text,
+                      RegisteredAt{entry->offset, entry->line});
     }
   }
 
@@ -152,9 +126,7 @@ void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
   // every 0100 after the first is one too many, whatever its code.
   ++st.client_records;
   if (run.ctx.finalidade == 3 && st.client_records > 1) {
-    run.Report(rec, r0100::kCodCliente, kErro,
-               "Para finalidade 3 só pode existir um único beneficiário de pagamento por "
-               "arquivo."_l1);
+    run.Report(rec, f0100::kCodCliente, MsgId::kBeneficiarioUnico);
   }
 }
 
@@ -169,14 +141,12 @@ void ValidarRegistro_0105(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
 
-  const Field& cnpj = rec.fields[r0105::kCnpjVan];
+  const Field& cnpj = rec.fields[f0105::kCnpjVan];
   if (cnpj.filled) {
     auto [first, added] = Register(st.arena, st.vans, PairKey(st, st.current_client, cnpj.text),
                                    [&](std::string_view) { return Here(run); });
     if (!added) {
-      ReportDuplicateNoKey(
-          run, rec, r0105::kCnpjVan,
-          "Esse Cadastro de VAN já foi encontrado na linha %s e posição %s no arquivo."_l1, *first);
+      ReportDuplicateNoKey(run, rec, f0105::kCnpjVan, MsgId::kVanRepetida, *first);
     }
   }
 
@@ -184,12 +154,10 @@ void ValidarRegistro_0105(Run& run, Record& rec, int prev_type, int src_line) {
   // January 2023 on. The period dates are AAAAMMDD text, so comparing them
   // with "202301" byte by byte orders them by year and month ("20230101" is
   // already greater).
-  const Field& qtd = rec.fields[r0105::kQtdTransacoes];
+  const Field& qtd = rec.fields[f0105::kQtdTransac];
   if ((!qtd.filled || !qtd.valid) && run.ctx.dt_ini > "202301" && run.ctx.dt_fin > "202301") {
-    Msg m;
-    run.Report(rec, r0105::kQtdTransacoes, kErro,
-               m("A partir de %s/%s o campo %02d - '%s' passou a ser obrigatório."_l1, "01", "2023",
-                 Printed(r0105::kQtdTransacoes), rec.def(r0105::kQtdTransacoes).name));
+    run.Report(rec, f0105::kQtdTransac, MsgId::kQtdTransacObrigatoria,
+               CampoNumero(f0105::kQtdTransac), rec.def(f0105::kQtdTransac).name);
   }
 }
 
@@ -197,46 +165,29 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
   LogValidador(run, "0200", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
-  Msg m;
 
-  const Field& tecn = rec.fields[r0200::kTipoTecn];
-  const Field& prop = rec.fields[r0200::kTermProp];
+  const Field& tecn = rec.fields[f0200::kTipoTecn];
+  const Field& prop = rec.fields[f0200::kTermProp];
   const int tipo = tecn.filled ? CodeValue(tecn.text) : -1;
   const int term = prop.filled ? CodeValue(prop.text) : -1;
-  const int pt = Len(prop.text);
-  const char* pv = prop.text.data();
+  constexpr int kNumTermProp = CampoNumero(f0200::kTermProp);
 
   if (tecn.filled && (tipo < 1 || tipo > 7)) {
-    run.Report(rec, r0200::kTipoTecn, kErro,
-               m("No campo %02d - TIPO_TECN o tipo de tecnologia pode ser: 1, 2, 3, 4, 5, 6 ou 7 "
-                 "e não: %.*s."_l1,
-                 Printed(r0200::kTipoTecn), Len(tecn.text), tecn.text.data()));
+    run.Report(rec, f0200::kTipoTecn, MsgId::kTipoTecnInvalido, CampoNumero(f0200::kTipoTecn),
+               tecn.text);
   }
-  if (prop.filled && term != 0 && term != 1) {
-    run.Report(rec, r0200::kTermProp, kErro,
-               m("O campo %02d - TERM_PROP o tipo de terminal pode ser 0 ou 1 e não: '%.*s'."_l1,
-                 Printed(r0200::kTermProp), pt, pv));
-  }
-  if (tipo == 4 && prop.filled && term != 0) {
-    run.Report(rec, r0200::kTermProp, kErro,
-               m("Para o Tipo de Tecnologia '4 - E-commerce' o campo %02d - TERM_PROP deve ser "
-                 "'0' e não: %.*s."_l1,
-                 Printed(r0200::kTermProp), pt, pv));
-  }
-  if (tipo == 7 && prop.filled && term != 1) {
-    run.Report(rec, r0200::kTermProp, kErro,
-               m("Para o Tipo de Tecnologia '7 - Pagamento efetuado em dinheiro ou por outra "
-                 "estrutura' o campo %02d - TERM_PROP deve ser 1 e não: %.*s."_l1,
-                 Printed(r0200::kTermProp), pt, pv));
-  }
-  if (term == 1 && !rec.fields[r0200::kMarca].filled) {
-    run.Report(rec, r0200::kMarca, kErro,
-               m("Para Terminal de Terceiro onde o campo %02d - TERM_PROP é igual a 1 deve ser "
-                 "informado o campo %02d - MARCA."_l1,
-                 Printed(r0200::kTermProp), Printed(r0200::kMarca)));
+  if (prop.filled && term != 0 && term != 1)
+    run.Report(rec, f0200::kTermProp, MsgId::kTermPropInvalido, kNumTermProp, prop.text);
+  if (tipo == 4 && prop.filled && term != 0)
+    run.Report(rec, f0200::kTermProp, MsgId::kTermPropEcommerce, kNumTermProp, prop.text);
+  if (tipo == 7 && prop.filled && term != 1)
+    run.Report(rec, f0200::kTermProp, MsgId::kTermPropDinheiro, kNumTermProp, prop.text);
+  if (term == 1 && !rec.fields[f0200::kMarca].filled) {
+    run.Report(rec, f0200::kMarca, MsgId::kMarcaObrigatoria, kNumTermProp,
+               CampoNumero(f0200::kMarca));
   }
 
-  const Field& code = rec.fields[r0200::kCodMcapt];
+  const Field& code = rec.fields[f0200::kCodMcapt];
   if (!code.filled) return;
   auto [device, added] = Register(st.arena, st.devices, code.text, [&](std::string_view interned) {
     DeviceEntry e;
@@ -248,23 +199,18 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
     return e;
   });
   if (!added) {
-    ReportDuplicate(run, rec, r0200::kCodMcapt,
-                    "Esse Código do Meio de Captura '%.*s' já foi encontrado na linha %s e "
-                    "posição %s no arquivo."_l1,
-                    code.text, RegisteredAt{device->offset, device->line});
+    ReportDuplicate(run, rec, f0200::kCodMcapt, MsgId::kMcaptRepetido, code.text,
+                    RegisteredAt{device->offset, device->line});
     return;
   }
   // A new code for a terminal (logical number and brand) already declared
   // under another code is the same device registered twice.
-  if (rec.fields[r0200::kNumLog].filled) {
+  if (rec.fields[f0200::kNumLog].filled) {
     auto [first, new_terminal] = Register(
-        st.arena, st.terminals, PairKey(st, Text(rec, r0200::kNumLog), Text(rec, r0200::kMarca)),
+        st.arena, st.terminals, PairKey(st, Text(rec, f0200::kNumLog), Text(rec, f0200::kMarca)),
         [&](std::string_view) { return Here(run); });
     if (!new_terminal) {
-      ReportDuplicateNoKey(run, rec, r0200::kNumLog,
-                           "Esse Cadastro de Meio de Captura já foi encontrado na linha %s e "
-                           "posição %s no arquivo."_l1,
-                           *first);
+      ReportDuplicateNoKey(run, rec, f0200::kNumLog, MsgId::kTerminalRepetido, *first);
     }
   }
 }
@@ -274,9 +220,9 @@ void ValidarRegistro_0300(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
 
-  CheckUf(run, rec, r0300::kCep, r0300::kCodMun, r0300::kUf);
+  CheckUf(run, rec, f0300::kCep, f0300::kCodMun, f0300::kUf);
 
-  const Field& code = rec.fields[r0300::kCodIpPar];
+  const Field& code = rec.fields[f0300::kCodIpPar];
   if (!code.filled) return;
   auto [partner, added] =
       Register(st.arena, st.partners, code.text, [&](std::string_view interned) {
@@ -287,10 +233,8 @@ void ValidarRegistro_0300(Run& run, Record& rec, int prev_type, int src_line) {
         return e;
       });
   if (!added) {
-    ReportDuplicate(run, rec, r0300::kCodIpPar,
-                    "Esse Código de Parceira '%.*s' já foi encontrado na linha %s e posição %s no "
-                    "arquivo."_l1,
-                    code.text, RegisteredAt{partner->offset, partner->line});
+    ReportDuplicate(run, rec, f0300::kCodIpPar, MsgId::kParceiraRepetida, code.text,
+                    RegisteredAt{partner->offset, partner->line});
   }
 }
 
@@ -298,54 +242,44 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
   LogValidador(run, "0600", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
-  Msg m;
 
-  CheckUf(run, rec, r0600::kCep, r0600::kCodMun, r0600::kUf);
+  CheckUf(run, rec, f0600::kCep, f0600::kCodMun, f0600::kUf);
 
-  const Field& autoriz = rec.fields[r0600::kTpAutoriz];
+  const Field& autoriz = rec.fields[f0600::kTpAutoriz];
   if (autoriz.filled) {
     int v = CodeValue(autoriz.text);
     if (v != 1 && v != 2) {
-      run.Report(rec, r0600::kTpAutoriz, kErro,
-                 m("No campo %02d - '%s' o tipo de autorização pode ser: 1 ou 2 e não: %.*s."_l1,
-                   Printed(r0600::kTpAutoriz), rec.def(r0600::kTpAutoriz).name, Len(autoriz.text),
-                   autoriz.text.data()));
+      run.Report(rec, f0600::kTpAutoriz, MsgId::kTpAutorizInvalido, CampoNumero(f0600::kTpAutoriz),
+                 rec.def(f0600::kTpAutoriz).name, autoriz.text);
     }
   }
 
-  const Field& cnpj = rec.fields[r0600::kCnpj];
+  const Field& cnpj = rec.fields[f0600::kCnpj];
   if (cnpj.filled) {
     auto [first, added] =
         Register(st.arena, st.authorised, cnpj.text, [&](std::string_view) { return Here(run); });
     if (!added) {
-      ReportDuplicate(run, rec, r0600::kCnpj,
-                      "Esse CNPJ de Instituição Autorizada '%.*s' já foi encontrado na linha %s e "
-                      "posição %s no arquivo."_l1,
-                      cnpj.text, *first);
+      ReportDuplicate(run, rec, f0600::kCnpj, MsgId::kAutorizadaRepetida, cnpj.text, *first);
     }
   }
 
-  const Field& transac = rec.fields[r0600::kTpTransac];
+  const Field& transac = rec.fields[f0600::kTpTransac];
   if (transac.filled) {
     int v = CodeValue(transac.text);
     if (v != 0 && v != 1) {
-      run.Report(rec, r0600::kTpTransac, kErro,
-                 m("No campo %02d - '%s' pode ser: 0 (Não) ou 1 (Sim) e não: %.*s."_l1,
-                   Printed(r0600::kTpTransac), rec.def(r0600::kTpTransac).name, Len(transac.text),
-                   transac.text.data()));
+      run.Report(rec, f0600::kTpTransac, MsgId::kTpTransacInvalido, CampoNumero(f0600::kTpTransac),
+                 rec.def(f0600::kTpTransac).name, transac.text);
     }
   }
 
   // Dates are AAAAMMDD, so text order is date order. The end of the
   // authorisation must come strictly after its start.
-  const Field& ini = rec.fields[r0600::kDtIniAut];
-  const Field& fim = rec.fields[r0600::kDtFimAut];
+  const Field& ini = rec.fields[f0600::kDtIniAut];
+  const Field& fim = rec.fields[f0600::kDtFimAut];
   if (ini.filled && fim.filled && fim.text <= ini.text) {
-    run.Report(rec, r0600::kDtFimAut, kErro,
-               m("O campo %02d - '%s' deve ser superior ao campo %02d - '%s' %.*s e não: %.*s."_l1,
-                 Printed(r0600::kDtFimAut), rec.def(r0600::kDtFimAut).name,
-                 Printed(r0600::kDtIniAut), rec.def(r0600::kDtIniAut).name, Len(ini.text),
-                 ini.text.data(), Len(fim.text), fim.text.data()));
+    run.Report(rec, f0600::kDtFimAut, MsgId::kDtFimAutAntesDtIniAut, CampoNumero(f0600::kDtFimAut),
+               rec.def(f0600::kDtFimAut).name, CampoNumero(f0600::kDtIniAut),
+               rec.def(f0600::kDtIniAut).name, ini.text, fim.text);
   }
 }
 
@@ -403,20 +337,14 @@ void VerificacaoRegistro_0100(Run& run, int src_line) {
   auto wanted = [&](const ClientEntry& c) { return c.referenced ? uf_finding(c) : !c.exempt; };
   for (ClientEntry* c : Sorted(run.block0.clients, wanted)) {
     if (run.TooManyErrors()) return;
-    Msg m;
     if (c->referenced) {
-      FieldRef f{t.fields[r0100::kUf].name, c->uf_column, c->uf, 2};
-      run.ReportAt(c->offset, c->line, kR0100, r0100::kUf, &f, kErro,
-                   m("A UF informada no campo %02d do registro 0100 é '%.*s' e deveria ser igual a "
-                     "UF_FISCO '%s' informada no campo %02d do registro 0000 ou ter um registro "
-                     "1120 ou 1220."_l1,
-                     9, Len(c->uf), c->uf.data(), uf_fisco.c_str(), 4));
+      FieldRef f{t.fields[f0100::kUf].name, c->uf_column, c->uf, 2};
+      run.ReportAt(c->offset, c->line, kR0100, f0100::kUf, &f, MsgId::kUfClienteForaUfFisco,
+                   CampoNumero(f0100::kUf), c->uf, uf_fisco.c_str(), CampoNumero(f0000::kUfFisco));
     } else {
-      FieldRef f{t.fields[r0100::kCodCliente].name, c->code_column, c->code, Len(c->code)};
-      run.ReportAt(c->offset, c->line, kR0100, r0100::kCodCliente, &f, kErro,
-                   m("Registro 0100 com COD_CLIENTE '%.*s' sem referência em nenhum outro "
-                     "registro."_l1,
-                     Len(c->code), c->code.data()));
+      FieldRef f{t.fields[f0100::kCodCliente].name, c->code_column, c->code, Len(c->code)};
+      run.ReportAt(c->offset, c->line, kR0100, f0100::kCodCliente, &f, MsgId::kClienteSemReferencia,
+                   c->code);
     }
   }
 }
@@ -429,11 +357,9 @@ void VerificacaoRegistro_0200(Run& run, int src_line) {
   auto unused = [](const DeviceEntry& d) { return !d.referenced; };
   for (DeviceEntry* d : Sorted(run.block0.devices, unused)) {
     if (run.TooManyErrors()) return;
-    Msg m;
-    FieldRef f{t.fields[r0200::kCodMcapt].name, d->code_column, d->code, Len(d->code)};
-    run.ReportAt(d->offset, d->line, kR0200, r0200::kCodMcapt, &f, kErro,
-                 m("Registro 0200 com COD_MCAPT '%.*s' sem referência em nenhum outro registro."_l1,
-                   Len(d->code), d->code.data()));
+    FieldRef f{t.fields[f0200::kCodMcapt].name, d->code_column, d->code, Len(d->code)};
+    run.ReportAt(d->offset, d->line, kR0200, f0200::kCodMcapt, &f, MsgId::kMcaptSemReferencia,
+                 d->code);
   }
 }
 

@@ -8,7 +8,7 @@
 
 #include "core/context.hpp"
 #include "core/format.hpp"
-#include "core/latin1.hpp"
+#include "core/rows.hpp"
 #include "rules/block0.hpp"
 #include "rules/block1.hpp"
 #include "rules/block1_util.hpp"
@@ -48,13 +48,6 @@ const char* NomeCampo(int type_index, int field_index) {
   return kRecordTypes[type_index].fields[field_index].name;
 }
 
-// Field rows of the closings' findings.
-constexpr int kValor1100 = 7;
-constexpr int kQtd1100 = 8;
-constexpr int kValor1110 = 3;
-constexpr int kQtd1110 = 4;
-constexpr int kCliente1100 = 2;
-
 }  // namespace
 
 void VerificacaoRegistro_1110(Run& run, int src_line) {
@@ -66,23 +59,18 @@ void VerificacaoRegistro_1110(Run& run, int src_line) {
 
   const Last1110& l = b.last_1110;
   const Contadores1115& soma = b.contadores_1115;
-  Msg m;
   if (l.valor != soma.valor) {
-    const FieldRef ref = l.valor_field.Ref(NomeCampo(kR1110, kValor1110));
-    run.ReportAt(l.offset, l.line, kR1110, kValor1110, &ref, kErro,
-                 m("Registro 1110 com VALOR '%s' que não confere com o somatório VALOR '%s' de %s "
-                   "registro%s 1115."_l1,
-                   Moeda(l.valor).c_str(), Moeda(soma.valor).c_str(),
-                   Milhar(soma.registros).c_str(), Plural(soma.registros)));
+    const FieldRef ref = l.valor_field.Ref(NomeCampo(kR1110, f1110::kValor));
+    run.ReportAt(l.offset, l.line, kR1110, f1110::kValor, &ref, MsgId::kValor1110Divergente,
+                 Moeda(l.valor), Moeda(soma.valor), Milhar(soma.registros), Plural(soma.registros));
   }
   // QTD counts transactions: it is compared with the number of 1115, not
   // with any sum of theirs.
   if (l.qtd != soma.registros) {
     if (run.TooManyErrors()) return;
-    const FieldRef ref = l.qtd_field.Ref(NomeCampo(kR1110, kQtd1110));
-    run.ReportAt(l.offset, l.line, kR1110, kQtd1110, &ref, kErro,
-                 m("Registro 1110 com QTD '%s' que não confere com %s registro%s 1115."_l1,
-                   Milhar(l.qtd).c_str(), Milhar(soma.registros).c_str(), Plural(soma.registros)));
+    const FieldRef ref = l.qtd_field.Ref(NomeCampo(kR1110, f1110::kQtd));
+    run.ReportAt(l.offset, l.line, kR1110, f1110::kQtd, &ref, MsgId::kQtd1110Divergente,
+                 Milhar(l.qtd), Milhar(soma.registros), Plural(soma.registros));
   }
 }
 
@@ -94,23 +82,16 @@ void VerificacaoRegistro_1100(Run& run, int src_line) {
   if (run.ctx.finalidade == 3 && l.qtd == 0) return;
 
   const Contadores1110& soma = b.contadores_1110;
-  Msg m;
   if (l.valor != soma.valor) {
-    const FieldRef ref = l.valor_field.Ref(NomeCampo(kR1100, kValor1100));
-    run.ReportAt(l.offset, l.line, kR1100, kValor1100, &ref, kErro,
-                 m("Registro 1100 com VALOR '%s' que não confere com o somatório VALOR '%s' de %s "
-                   "registro%s 1110."_l1,
-                   Moeda(l.valor).c_str(), Moeda(soma.valor).c_str(),
-                   Milhar(soma.registros).c_str(), Plural(soma.registros)));
+    const FieldRef ref = l.valor_field.Ref(NomeCampo(kR1100, f1100::kValor));
+    run.ReportAt(l.offset, l.line, kR1100, f1100::kValor, &ref, MsgId::kValor1100Divergente,
+                 Moeda(l.valor), Moeda(soma.valor), Milhar(soma.registros), Plural(soma.registros));
   }
   if (l.qtd != soma.qtd) {
     if (run.TooManyErrors()) return;
-    const FieldRef ref = l.qtd_field.Ref(NomeCampo(kR1100, kQtd1100));
-    run.ReportAt(l.offset, l.line, kR1100, kQtd1100, &ref, kErro,
-                 m("Registro 1100 com QTD '%s' que não confere com o somatório QTD '%s' de %s "
-                   "registro%s 1110."_l1,
-                   Milhar(l.qtd).c_str(), Milhar(soma.qtd).c_str(), Milhar(soma.registros).c_str(),
-                   Plural(soma.registros)));
+    const FieldRef ref = l.qtd_field.Ref(NomeCampo(kR1100, f1100::kQtd));
+    run.ReportAt(l.offset, l.line, kR1100, f1100::kQtd, &ref, MsgId::kQtd1100Divergente,
+                 Milhar(l.qtd), Milhar(soma.qtd), Milhar(soma.registros), Plural(soma.registros));
   }
 }
 
@@ -131,29 +112,29 @@ void VerificacaoRegistro_1100_TransacoesComCPF(Run& run, int src_line) {
   std::sort(abaixo.begin(), abaixo.end(),
             [](const auto& x, const auto& y) { return x.first < y.first; });
 
-  const FieldDef& campo = kRecordTypes[kR1100].fields[kCliente1100];
+  const FieldDef& campo = kRecordTypes[kR1100].fields[f1100::kCodCliente];
   for (const auto& [cpf, t] : abaixo) {
-    Msg valor;
-    Msg qtd;
-    valor.buf[0] = '\0';
-    qtd.buf[0] = '\0';
-    if (t->valor < kCpfValorMinimo) {
-      valor(" O valor total mensal é %s inferior a %s."_l1, Moeda(t->valor).c_str(),
-            Moeda(kCpfValorMinimo).c_str());
-    }
-    if (t->qtd < kCpfQtdMinima) {
-      qtd(" A quantidade total mensal é %s inferior a %s."_l1, Milhar(t->qtd).c_str(),
-          Milhar(kCpfQtdMinima).c_str());
-    }
+    // Below both minimums, or one of them (a CPF that reached both is not
+    // in the list).
+    const bool valor = t->valor < kCpfValorMinimo;
+    const bool qtd = t->qtd < kCpfQtdMinima;
     for (int32_t i = t->first; i >= 0; i = b.cpf_contributions[i].next) {
       if (run.TooManyErrors()) return;
       const CpfContribution& c = b.cpf_contributions[i];
       const FieldRef ref{campo.name, c.column, c.client->code, c.length};
-      Msg m;
-      run.ReportAt(c.offset, c.line, kR1100, -kCliente1100, &ref, kErro,
-                   m("Deve ser removido esse registro 1100 e seus registros descendentes "
-                     "referente ao CPF %.*s. Motivo:%s%s",
-                     static_cast<int>(cpf.size()), cpf.data(), valor.buf, qtd.buf));
+      // Negated: the finding names COD_CLIENTE but is about the whole 1100.
+      const int field = -f1100::kCodCliente;
+      if (valor && qtd) {
+        run.ReportAt(c.offset, c.line, kR1100, field, &ref, MsgId::kCpfAbaixoValorEQtd, cpf,
+                     Moeda(t->valor), Moeda(kCpfValorMinimo), Milhar(t->qtd),
+                     Milhar(kCpfQtdMinima));
+      } else if (valor) {
+        run.ReportAt(c.offset, c.line, kR1100, field, &ref, MsgId::kCpfAbaixoValor, cpf,
+                     Moeda(t->valor), Moeda(kCpfValorMinimo));
+      } else {
+        run.ReportAt(c.offset, c.line, kR1100, field, &ref, MsgId::kCpfAbaixoQtd, cpf,
+                     Milhar(t->qtd), Milhar(kCpfQtdMinima));
+      }
     }
   }
 }

@@ -7,7 +7,7 @@
 
 #include "core/context.hpp"
 #include "core/format.hpp"
-#include "core/latin1.hpp"
+#include "core/rows.hpp"
 #include "rules/block1.hpp"
 #include "rules/common.hpp"
 
@@ -46,22 +46,20 @@ inline void RegistroUnico(Run& run, const Record& rec, KeyMap<FirstSeen>& seen, 
     ctor(pool.Copy(key), FirstSeen{run.ctx.line, run.ctx.offset});
   });
   if (novo) return;
-  Msg m;
-  run.Report(rec, 0, kErro,
-             m("Esse registro %s já foi encontrado na linha %s e posição %s no arquivo."_l1,
-               rec.type->code, Milhar(it->second.line).c_str(), Milhar(it->second.offset).c_str()));
+  run.Report(rec, 0, MsgId::kRegistroRepetido, rec.type->code, Milhar(it->second.line),
+             Milhar(it->second.offset));
 }
+
+// A message about a date against a bound: the bound, then the date.
+using MsgPeriodo = MsgOf<const char*, std::string_view>;
 
 // A date that must lie within a period: AAAAMMDD texts order as their dates
 // do. Each side has its own message, filled with the bound and the date.
 inline void VerificarPeriodo(Run& run, const Record& rec, int row, const std::string& inicio,
-                             const char* antes, const std::string& fim, const char* depois) {
+                             MsgPeriodo antes, const std::string& fim, MsgPeriodo depois) {
   const std::string_view d = rec.fields[row].text;
-  Msg m;
-  if (d < std::string_view(inicio))
-    run.Report(rec, row, kErro, m(antes, inicio.c_str(), Len(d), d.data()));
-  if (d > std::string_view(fim))
-    run.Report(rec, row, kErro, m(depois, fim.c_str(), Len(d), d.data()));
+  if (d < std::string_view(inicio)) run.Report(rec, row, antes, inicio.c_str(), d);
+  if (d > std::string_view(fim)) run.Report(rec, row, depois, fim.c_str(), d);
 }
 
 // The finalidade-3 sweep of missing months, run by the 1990 (monthly.cpp).

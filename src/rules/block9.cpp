@@ -11,16 +11,12 @@
 
 #include "core/context.hpp"
 #include "core/format.hpp"
-#include "core/latin1.hpp"
+#include "core/rows.hpp"
 #include "fields/field_analysis.hpp"
 #include "rules/common.hpp"
 
 namespace volp {
 namespace {
-
-constexpr int kQtd = 1;        // QTD_LIN_0, QTD_LIN_9, QTD_LIN (field 02)
-constexpr int kRegBlc = 1;     // 9900 REG_BLC (field 02)
-constexpr int kQtdRegBlc = 2;  // 9900 QTD_REG_BLC (field 03)
 
 // The record supplied the field (it may still be empty).
 bool Present(const Record& rec, int row) { return row < rec.found; }
@@ -39,13 +35,10 @@ void ValidarRegistro_0990(Run& run, Record& rec, int prev_type, int src_line) {
                   Addr(&rec), Addr(&run.ctx), static_cast<long long>(count), prev_type, src_line);
   }
   AnalisarRegistro(run, rec);
-  if (!Present(rec, kQtd)) return;
-  const int64_t stated = LerInteiro(rec.fields[kQtd].text);
+  if (!Present(rec, f0990::kQtdLin0)) return;
+  const int64_t stated = LerInteiro(rec.fields[f0990::kQtdLin0].text);
   if (stated != count) {
-    Msg m;
-    run.Report(rec, kQtd, kErro,
-               m("Informou %s registros no Bloco 0 mas encontrou %s registros.",
-                 Milhar(stated).c_str(), Milhar(count).c_str()));
+    run.Report(rec, f0990::kQtdLin0, MsgId::kQtdLin0Divergente, Milhar(stated), Milhar(count));
   }
 }
 
@@ -57,30 +50,25 @@ void ValidarRegistro_9001(Run& run, Record& rec, int prev_type, int src_line) {
 void ValidarRegistro_9900(Run& run, Record& rec, int prev_type, int src_line) {
   LogValidador(run, "9900", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
-  if (!Present(rec, kRegBlc)) return;
+  if (!Present(rec, f9900::kRegBlc)) return;
 
-  const std::string_view reg = rec.fields[kRegBlc].text;
+  const std::string_view reg = rec.fields[f9900::kRegBlc].text;
   const int type = FindRecordType(reg);
-  Msg m;
   if (type < 0) {
     // The message names the field, not the value, which the report shows
     // beside it anyway.
-    run.Report(rec, kRegBlc, kErro,
-               m("O campo '%s' contém tipo de registro inválido."_l1, rec.def(kRegBlc).name));
+    run.Report(rec, f9900::kRegBlc, MsgId::kRegBlcInvalido, rec.def(f9900::kRegBlc).name);
     return;
   }
-  if (!Present(rec, kQtdRegBlc)) return;
+  if (!Present(rec, f9900::kQtdRegBlc)) return;
 
   Total9900& slot = run.block9.totals[type];
   if (slot.seen) {
-    run.Report(rec, kRegBlc, kErro,
-               m("O registro 9900 correspondente ao registro %.*s já foi encontrado na linha %s e "
-                 "posição %s no arquivo."_l1,
-                 static_cast<int>(reg.size()), reg.data(), Milhar(slot.line).c_str(),
-                 Milhar(slot.offset).c_str()));
+    run.Report(rec, f9900::kRegBlc, MsgId::kRegBlcRepetido, reg, Milhar(slot.line),
+               Milhar(slot.offset));
     return;
   }
-  const Field& qtd = rec.fields[kQtdRegBlc];
+  const Field& qtd = rec.fields[f9900::kQtdRegBlc];
   slot.seen = true;
   slot.offset = run.ctx.offset;
   slot.line = run.ctx.line;
@@ -96,9 +84,9 @@ void ValidarRegistro_9990(Run& run, Record& rec, int prev_type, int src_line) {
   st.seen_9990 = true;
   st.offset_9990 = run.ctx.offset;
   st.line_9990 = run.ctx.line;
-  st.has_qtd_lin_9 = Present(rec, kQtd);
+  st.has_qtd_lin_9 = Present(rec, f9990::kQtdLin9);
   if (st.has_qtd_lin_9) {
-    const Field& f = rec.fields[kQtd];
+    const Field& f = rec.fields[f9990::kQtdLin9];
     st.qtd_lin_9 = LerInteiro(f.text);
     st.qtd_lin_9_column = f.column;
     st.qtd_lin_9_text.assign(f.text);
@@ -108,15 +96,12 @@ void ValidarRegistro_9990(Run& run, Record& rec, int prev_type, int src_line) {
 void ValidarRegistro_9999(Run& run, Record& rec, int prev_type, int src_line) {
   LogValidador(run, "9999", rec, prev_type, src_line);
   AnalisarRegistro(run, rec);
-  Msg m;
 
   const int64_t lines = run.ps.known_records;
-  if (Present(rec, kQtd)) {
-    const int64_t stated = LerInteiro(rec.fields[kQtd].text);
+  if (Present(rec, f9999::kQtdLin)) {
+    const int64_t stated = LerInteiro(rec.fields[f9999::kQtdLin].text);
     if (stated != lines) {
-      run.Report(rec, kQtd, kErro,
-                 m("Informou %s registros no arquivo digital mas encontrou %s registros.",
-                   Milhar(stated).c_str(), Milhar(lines).c_str()));
+      run.Report(rec, f9999::kQtdLin, MsgId::kQtdLinDivergente, Milhar(stated), Milhar(lines));
     }
   }
 
@@ -125,11 +110,10 @@ void ValidarRegistro_9999(Run& run, Record& rec, int prev_type, int src_line) {
   const int64_t block9 = run.ctx.block9;
   if (st.seen_9990 && st.has_qtd_lin_9 && st.qtd_lin_9 != block9) {
     const std::string& text = st.qtd_lin_9_text;
-    FieldRef f{kRecordTypes[kR9990].fields[kQtd].name, st.qtd_lin_9_column, text,
+    FieldRef f{kRecordTypes[kR9990].fields[f9990::kQtdLin9].name, st.qtd_lin_9_column, text,
                static_cast<int32_t>(text.size())};
-    run.ReportAt(st.offset_9990, st.line_9990, kR9990, kQtd, &f, kErro,
-                 m("Informou %s registros no Bloco 9 mas encontrou %s registros.",
-                   Milhar(st.qtd_lin_9).c_str(), Milhar(block9).c_str()));
+    run.ReportAt(st.offset_9990, st.line_9990, kR9990, f9990::kQtdLin9, &f,
+                 MsgId::kQtdLin9Divergente, Milhar(st.qtd_lin_9), Milhar(block9));
   }
 }
 
@@ -140,25 +124,22 @@ void VerificacaoRegistro_9900(Run& run, int64_t offset, int64_t line, int src_li
   }
   if (run.TooManyErrors()) return;
 
-  const FieldDef& qtd_def = kRecordTypes[kR9900].fields[kQtdRegBlc];
+  const FieldDef& qtd_def = kRecordTypes[kR9900].fields[f9900::kQtdRegBlc];
   for (int i = 0; i < kRecordTypeCount; ++i) {
     const RecordTypeDef& type = kRecordTypes[i];
     const int64_t counted = run.ps.findings.per_type[i].count;
     const Total9900& slot = run.block9.totals[i];
-    Msg m;
     if (slot.seen) {
       if (slot.stated == counted) continue;
       // The field block shows the stated count as the number it was read as.
       char digits[24];
       const int len = std::snprintf(digits, sizeof digits, "%" PRId64, slot.stated);
       FieldRef f{qtd_def.name, slot.column, slot.content, len};
-      run.ReportAt(slot.offset, slot.line, kR9900, kQtdRegBlc, &f, kErro,
-                   m("Informou %s registro%s do tipo %s mas encontrou %s registro%s.",
-                     Milhar(slot.stated).c_str(), Plural(slot.stated), type.code,
-                     Milhar(counted).c_str(), Plural(counted)));
+      run.ReportAt(slot.offset, slot.line, kR9900, f9900::kQtdRegBlc, &f,
+                   MsgId::kQtdRegBlcDivergente, Milhar(slot.stated), Plural(slot.stated), type.code,
+                   Milhar(counted), Plural(counted));
     } else if (type.required == 'S' || counted > 0) {
-      run.ReportAt(offset, line, kR9900, 0, nullptr, kErro,
-                   m("Não encontrou o registro 9900 correspondente ao registro %s."_l1, type.code));
+      run.ReportAt(offset, line, kR9900, 0, nullptr, MsgId::kSem9900, type.code);
     }
   }
 }

@@ -50,7 +50,7 @@ void LogValidador(Run& run, const char* indent, const char* code, int64_t a, int
 // The same for the records of blocks 0 and 9: two blanks, position first.
 void LogValidador(Run& run, const char* code, const Record& rec, int prev_type, int src_line);
 
-// A field's text, and a length as printf's "%.*s" takes it.
+// A field's text, and a text's length as the int a FieldRef holds.
 inline std::string_view Text(const Record& rec, int row) { return rec.fields[row].text; }
 inline int Len(std::string_view s) { return static_cast<int>(s.size()); }
 

@@ -9,7 +9,7 @@
 
 #include "core/context.hpp"
 #include "core/format.hpp"
-#include "core/latin1.hpp"
+#include "core/rows.hpp"
 #include "fields/field_analysis.hpp"
 #include "rules/block0.hpp"
 #include "rules/block1.hpp"
@@ -24,17 +24,7 @@ using b1::Text;
 
 namespace {
 
-// Fields of 1100 (row index; the printed number is one more).
-enum : int {
-  kIpPar = 1,
-  kCliente = 2,
-  kComex = 3,
-  kExtemp = 4,
-  kDtIni = 5,
-  kDtFin = 6,
-  kValor = 7,
-  kQtd = 8,
-};
+namespace F = f1100;
 
 // Year and month of an AAAAMM... text as year * 100 + month; 0 when the
 // month is not 1 to 12 (the stepping below would never end on month 13).
@@ -49,11 +39,7 @@ int32_t AnoMes(std::string_view date) {
 int32_t ProximoMes(int32_t am) { return am % 100 == 12 ? (am / 100 + 1) * 100 + 1 : am + 1; }
 
 void ReportarMesFaltante(Run& run, const Record& rec, int32_t am, const ClientEntry* c) {
-  Msg m;
-  run.Report(rec, 0, kAdvertencia,
-             m("Faltou o registro 1100 do Resumo Mensal referente ao mês %02d de %04d para o "
-               "código de cliente '%.*s'."_l1,
-               am % 100, am / 100, static_cast<int>(c->code.size()), c->code.data()));
+  run.Report(rec, 0, MsgId::kMesFaltante, am % 100, am / 100, c->code);
 }
 
 // The month registration of a 1100 of finalidade 3 for (current client, the
@@ -88,12 +74,8 @@ void RegistrarMes(Run& run, const Record& rec, int32_t mes) {
   ClientMonth key{client, mes};
   auto it = b.meses.find(key);
   if (it != b.meses.end()) {
-    Msg m;
-    run.Report(rec, 0, kAdvertencia,
-               m("Já tem o registro 1100 do Resumo Mensal referente ao mês %02d de %04d na linha "
-                 "%s e posição %s no arquivo."_l1,
-                 mes % 100, mes / 100, Milhar(it->second.line).c_str(),
-                 Milhar(it->second.offset).c_str()));
+    run.Report(rec, 0, MsgId::kMesRepetido, mes % 100, mes / 100, Milhar(it->second.line),
+               Milhar(it->second.offset));
     return;
   }
   b.meses.emplace(key, FirstSeen{run.ctx.line, run.ctx.offset});
@@ -145,8 +127,8 @@ void AcumularCpf(Run& run, const Record& rec, int64_t valor, int64_t qtd) {
   c.line = run.ctx.line;
   c.offset = run.ctx.offset;
   c.client = client;
-  c.column = rec.fields[kCliente].column;
-  c.length = rec.fields[kCliente].length;
+  c.column = rec.fields[F::kCodCliente].column;
+  c.length = rec.fields[F::kCodCliente].length;
   const int32_t index = static_cast<int32_t>(b.cpf_contributions.size());
   b.cpf_contributions.push_back(c);
   if (t.last >= 0) {
@@ -168,7 +150,7 @@ void ValidarRegistro_1001(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   // An empty block 1 (IND_MOV 0) cannot refer to any client: none of them is
   // then reported for lacking references.
-  const Field& ind_mov = rec.fields[1];
+  const Field& ind_mov = rec.fields[f1001::kIndMov];
   if (ind_mov.valid && LerDigitos(ind_mov.text) == 0) {
     for (auto& [code, client] : run.block0.clients) client.exempt = true;
   }
@@ -180,142 +162,99 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
 
   Block1State& b = run.block1;
   const ValidationContext& ctx = run.ctx;
-  Msg m;
 
   // The group's slot: what the closing of this 1100 and its 1110/1115 read.
   Last1100& last = b.last_1100;
   last.present = true;
-  last.cod_cliente.assign(Text(rec, kCliente));
-  last.cod_cliente_filled = Filled(rec, kCliente);
-  last.ind_comex.assign(Text(rec, kComex));
-  last.ind_comex_filled = Filled(rec, kComex);
-  last.dt_ini.assign(Text(rec, kDtIni));
-  last.dt_ini_filled = Filled(rec, kDtIni);
-  last.dt_fin.assign(Text(rec, kDtFin));
-  last.dt_fin_filled = Filled(rec, kDtFin);
+  last.cod_cliente.assign(Text(rec, F::kCodCliente));
+  last.cod_cliente_filled = Filled(rec, F::kCodCliente);
+  last.ind_comex.assign(Text(rec, F::kIndComex));
+  last.ind_comex_filled = Filled(rec, F::kIndComex);
+  last.dt_ini.assign(Text(rec, F::kDtIni));
+  last.dt_ini_filled = Filled(rec, F::kDtIni);
+  last.dt_fin.assign(Text(rec, F::kDtFin));
+  last.dt_fin_filled = Filled(rec, F::kDtFin);
 
   // 1-3. Partner and client.
   b.current_client = nullptr;
-  const std::string_view ip_par = Text(rec, kIpPar);
-  const std::string_view cliente = Text(rec, kCliente);
-  if (Filled(rec, kIpPar)) {
+  const std::string_view ip_par = Text(rec, F::kCodIpPar);
+  const std::string_view cliente = Text(rec, F::kCodCliente);
+  if (Filled(rec, F::kCodIpPar)) {
     if (PartnerEntry* p = run.block0.FindPartner(ip_par)) {
       p->referenced = true;
     } else {
-      run.Report(rec, kIpPar, kErro,
-                 m("Não existe nenhum registro 0300 com esse COD_IP_PAR '%.*s'."_l1,
-                   static_cast<int>(ip_par.size()), ip_par.data()));
+      run.Report(rec, F::kCodIpPar, MsgId::kIpParSem0300, ip_par);
     }
   }
-  if (Filled(rec, kCliente)) {
+  if (Filled(rec, F::kCodCliente)) {
     if (ClientEntry* c = run.block0.FindClient(cliente)) {
       c->referenced = true;
       b.current_client = c;
     } else {
-      run.Report(rec, kCliente, kErro,
-                 m("Não existe nenhum registro 0100 com esse COD_CLIENTE '%.*s'."_l1,
-                   static_cast<int>(cliente.size()), cliente.data()));
+      run.Report(rec, F::kCodCliente, MsgId::kClienteSem0100, cliente);
     }
   }
   // 4.
-  if (Filled(rec, kIpPar) && Filled(rec, kCliente) && ip_par == cliente) {
-    run.Report(rec, kCliente, kErro,
-               m("O campo %02d - COD_CLIENTE '%.*s' não pode ser igual ao campo %02d - "
-                 "COD_IP_PAR '%.*s'."_l1,
-                 3, static_cast<int>(cliente.size()), cliente.data(), 2,
-                 static_cast<int>(ip_par.size()), ip_par.data()));
+  if (Filled(rec, F::kCodIpPar) && Filled(rec, F::kCodCliente) && ip_par == cliente) {
+    run.Report(rec, F::kCodCliente, MsgId::kClienteIgualIpPar, CampoNumero(F::kCodCliente), cliente,
+               CampoNumero(F::kCodIpPar), ip_par);
   }
 
   // 5. Payment abroad.
-  if (Filled(rec, kComex)) {
-    const int64_t comex = LerDigitos(Text(rec, kComex));
+  if (Filled(rec, F::kIndComex)) {
+    const int64_t comex = LerDigitos(Text(rec, F::kIndComex));
     if (comex == 0) {
       b.comex0 = true;
     } else if (comex == 1) {
       b.comex1 = true;
     } else {
-      const std::string_view t = Text(rec, kComex);
-      run.Report(rec, kComex, kErro,
-                 m("No campo IND_COMEX o indicador de pagamento ao exterior pode ser 0 ou 1 e "
-                   "não: '%.*s'."_l1,
-                   static_cast<int>(t.size()), t.data()));
+      run.Report(rec, F::kIndComex, MsgId::kIndComexInvalido, Text(rec, F::kIndComex));
     }
   }
 
   // 6. Extemporaneous information: anything but an explicit 0 counts as such.
   int64_t extemp = -1;
-  if (Filled(rec, kExtemp)) {
-    extemp = LerDigitos(Text(rec, kExtemp));
-    if (extemp != 0 && extemp != 1) {
-      const std::string_view t = Text(rec, kExtemp);
-      run.Report(rec, kExtemp, kErro,
-                 m("No campo IND_EXTEMP o indicador de informação extemporânea pode ser 0 ou 1 "
-                   "e não: '%.*s'."_l1,
-                   static_cast<int>(t.size()), t.data()));
-    }
-    if (extemp == 1 && ctx.finalidade == 2) {
-      run.Report(rec, kExtemp, kErro,
-                 "Em remessa de arquivo retificador não são aceitos registros extemporâneos."_l1);
-    }
+  if (Filled(rec, F::kIndExtemp)) {
+    extemp = LerDigitos(Text(rec, F::kIndExtemp));
+    if (extemp != 0 && extemp != 1)
+      run.Report(rec, F::kIndExtemp, MsgId::kIndExtempInvalido, Text(rec, F::kIndExtemp));
+    if (extemp == 1 && ctx.finalidade == 2)
+      run.Report(rec, F::kIndExtemp, MsgId::kExtempEmRetificador);
   }
   const bool extemporaneo = extemp != 0;
 
   // 7. The period, against itself and against the 0000 period. Dates are
   // AAAAMMDD texts, so comparing the bytes compares the dates.
-  const std::string_view ini = Text(rec, kDtIni);
-  const std::string_view fin = Text(rec, kDtFin);
+  const std::string_view ini = Text(rec, F::kDtIni);
+  const std::string_view fin = Text(rec, F::kDtFin);
   const std::string_view ini0 = ctx.dt_ini;
   const std::string_view fin0 = ctx.dt_fin;
   [&] {
-    if (!Filled(rec, kDtIni) || !Filled(rec, kDtFin)) return;
+    if (!Filled(rec, F::kDtIni) || !Filled(rec, F::kDtFin)) return;
     if (ini > fin) {
-      run.Report(
-          rec, kDtFin, kErro,
-          m("No campo DT_FIN a data final deve ser superior a data inicial %.*s do campo "
-            "DT_INI e não: %.*s."_l1,
-            static_cast<int>(ini.size()), ini.data(), static_cast<int>(fin.size()), fin.data()));
+      run.Report(rec, F::kDtFin, MsgId::kDtFinAntesDtIni1100, ini, fin);
       return;
     }
     if (ini0.empty() || fin0.empty()) return;
     if (extemporaneo) {
       // Information of an earlier period: it must end before the declared
       // period starts (the 0000 start, not its end).
-      if (ini >= ini0) {
-        run.Report(rec, kDtIni, kErro,
-                   m("Para informação extemporânea no campo DT_INI a data inicial deve ser "
-                     "inferior a data inicial %s do campo DT_INI no registro 0000 e não: %.*s."_l1,
-                     ctx.dt_ini.c_str(), static_cast<int>(ini.size()), ini.data()));
-      }
-      if (fin >= ini0) {
-        run.Report(rec, kDtFin, kErro,
-                   m("Para informação extemporânea no campo DT_FIN a data final deve ser "
-                     "inferior a data inicial %s do campo DT_INI no registro 0000 e não: %.*s."_l1,
-                     ctx.dt_ini.c_str(), static_cast<int>(fin.size()), fin.data()));
-      }
+      if (ini >= ini0)
+        run.Report(rec, F::kDtIni, MsgId::kExtempDtIniNoPeriodo, ctx.dt_ini.c_str(), ini);
+      if (fin >= ini0)
+        run.Report(rec, F::kDtFin, MsgId::kExtempDtFinNoPeriodo, ctx.dt_ini.c_str(), fin);
       return;
     }
-    if (ini < ini0) {
-      run.Report(rec, kDtIni, kErro,
-                 m("No campo DT_INI a data inicial deve ser igual ou superior a data inicial %s "
-                   "do campo DT_INI no registro 0000 e não: %.*s."_l1,
-                   ctx.dt_ini.c_str(), static_cast<int>(ini.size()), ini.data()));
-    }
-    if (fin > fin0) {
-      run.Report(rec, kDtFin, kErro,
-                 m("No campo DT_FIN a data final deve ser igual ou inferior a data final %s do "
-                   "campo DT_FIN no registro 0000 e não: %.*s."_l1,
-                   ctx.dt_fin.c_str(), static_cast<int>(fin.size()), fin.data()));
-    }
+    if (ini < ini0)
+      run.Report(rec, F::kDtIni, MsgId::kDtIniAntesDoPeriodo, ctx.dt_ini.c_str(), ini);
+    if (fin > fin0) run.Report(rec, F::kDtFin, MsgId::kDtFinAposOPeriodo, ctx.dt_fin.c_str(), fin);
     if (ctx.finalidade == 3) {
       // A notification is answered month by month: one 1100 per month.
       const std::string_view am_ini = ini.substr(0, 6);
       const std::string_view am_fin = fin.substr(0, 6);
       if (am_ini != am_fin) {
-        run.Report(rec, kDtFin, kErro,
-                   m("No campo %02d - DT_FIN o Ano/Mês da data final %.*s está diferente do "
-                     "Ano/Mês da data inicial %.*s do campo %02d - DT_INI."_l1,
-                     7, static_cast<int>(am_fin.size()), am_fin.data(),
-                     static_cast<int>(am_ini.size()), am_ini.data(), 6));
+        run.Report(rec, F::kDtFin, MsgId::kDtFinOutroMes, CampoNumero(F::kDtFin), am_fin, am_ini,
+                   CampoNumero(F::kDtIni));
       } else {
         const int64_t ano = LerDigitos(am_ini.substr(0, 4));
         const int64_t mes = am_ini.size() > 4 ? LerDigitos(am_ini.substr(4)) : 0;
@@ -325,11 +264,11 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
   }();
 
   // 8. The same client, indicators and period twice.
-  if (Filled(rec, kCliente) && Filled(rec, kComex) && Filled(rec, kExtemp) && Filled(rec, kDtIni) &&
-      Filled(rec, kDtFin)) {
+  if (Filled(rec, F::kCodCliente) && Filled(rec, F::kIndComex) && Filled(rec, F::kIndExtemp) &&
+      Filled(rec, F::kDtIni) && Filled(rec, F::kDtFin)) {
     KeyBuffer& key = b.key;
     key.Clear();
-    for (int i = kIpPar; i <= kDtFin; ++i) key.Add(Text(rec, i));
+    for (int i = F::kCodIpPar; i <= F::kDtFin; ++i) key.Add(Text(rec, i));
     b1::RegistroUnico(run, rec, b.r1100, b.r1100_keys, key);
   }
 
@@ -337,25 +276,24 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
   // line and position: an empty one leaves the slot as an earlier 1100 left
   // it, and the group's closing then compares with that.
   int64_t valor = 0;  // this record's own, for the CPF totals
-  if (Filled(rec, kValor)) {
-    valor = LerCentavos(Text(rec, kValor));
+  if (Filled(rec, F::kValor)) {
+    valor = LerCentavos(Text(rec, F::kValor));
     last.valor = valor;
     last.line = ctx.line;
     last.offset = ctx.offset;
-    last.valor_field.Set(rec.fields[kValor]);
+    last.valor_field.Set(rec.fields[F::kValor]);
     if (last.valor == 0 && ctx.finalidade != 3) {
-      run.Report(rec, kValor, kErro,
-                 m("No campo %02d - '%s' o valor é 0,00!"_l1, 8, rec.def(kValor).name));
+      run.Report(rec, F::kValor, MsgId::kValorZero, CampoNumero(F::kValor),
+                 rec.def(F::kValor).name);
     }
   }
 
   // 10. QTD, likewise kept only when filled.
-  if (!Filled(rec, kQtd)) return;
-  last.qtd = LerDigitos(Text(rec, kQtd));
-  last.qtd_field.Set(rec.fields[kQtd]);
-  if (last.qtd == 0 && ctx.finalidade != 3) {
-    run.Report(rec, kQtd, kErro, m("No campo %02d - '%s' o valor é 0!"_l1, 9, rec.def(kQtd).name));
-  }
+  if (!Filled(rec, F::kQtd)) return;
+  last.qtd = LerDigitos(Text(rec, F::kQtd));
+  last.qtd_field.Set(rec.fields[F::kQtd]);
+  if (last.qtd == 0 && ctx.finalidade != 3)
+    run.Report(rec, F::kQtd, MsgId::kQtdZero, CampoNumero(F::kQtd), rec.def(F::kQtd).name);
 
   // 11. Clients identified by CPF are declared only above a monthly minimum.
   if (!extemporaneo && b.current_client != nullptr && !b.current_client->cpf.empty()) {
