@@ -23,7 +23,6 @@
 #include "rules/block0.hpp"
 #include "rules/block1.hpp"
 #include "rules/block9.hpp"
-#include "rules/common.hpp"
 #include "rules/opening.hpp"
 #include "rules/sequence.hpp"
 #include "structure/states.hpp"
