@@ -1,7 +1,7 @@
 // The generic analysis of every field of a record against its layout row.
 #pragma once
 
-#include <string_view>
+#include "fields/shapes.hpp"
 
 namespace volp {
 
@@ -15,16 +15,8 @@ void AnalisarRegistro(Run& run, Record& rec);
 // by the shortcut for plainly good fields: what the shortcut must agree with.
 void AnalisarRegistroCompleto(Run& run, Record& rec);
 
-// The shape checks behind the analysis, for callers that report nothing.
-// Bytes that are not Latin-1 text (C0 controls, DEL, C1 controls).
-int ContarCaracteresInvalidos(std::string_view s);
-// The e-mail pattern ^([a-zA-Z0-9_\-\.]+)@([a-zA-Z0-9\-\.]+)\.([a-zA-Z]+)$.
-bool EmailValido(std::string_view s);
-// AAAAMMDD naming a real day.
-bool DataValida(std::string_view s);
-// HHMMSS within one day.
-bool HoraValida(std::string_view s);
-// 44 digits whose last is the modulus-11 digit of the other 43.
-bool ChaveValida(std::string_view s);
+// The shape checks behind the analysis (ContarCaracteresInvalidos,
+// EmailValido, DataValida, HoraValida, ChaveValida) are in fields/shapes.hpp,
+// for callers that report nothing.
 
 }  // namespace volp

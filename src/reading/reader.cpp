@@ -9,54 +9,52 @@
 #endif
 
 #include "core/context.hpp"
-#include "core/latin1.hpp"
 #include "reading/line_bits.hpp"
 
 namespace volp {
 
 namespace {
 
+// A finding of the reading: on the line in hand, before or while its record
+// is split, so with no record to point into.
+template <class... A>
+void LineFinding(Run& run, int type_index, std::string_view type_code, int32_t field_index,
+                 const FieldRef* field, MsgOf<A...> id, const A&... args) {
+  MsgText text;
+  const MessageDef& d = Message(id.id);
+  SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, type_index, type_code,
+                    field_index, field, d.severity, FormatMessage(text, id, args...), d.code);
+}
+
 // Framing findings carry no record type and point at no field.
-void FrameFinding(Run& run, int32_t field_index, std::string_view message) {
-  SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, {}, field_index,
-                    nullptr, kErro, message);
+template <class... A>
+void FrameFinding(Run& run, MsgOf<A...> id, const A&... args) {
+  LineFinding(run, -1, {}, 0, nullptr, id, args...);
 }
 
 void CheckFrame(Run& run, std::string_view raw, std::string_view* line) {
-  Msg m;
   const size_t n = raw.size();
-  if (n >= 10000)
-    FrameFinding(run, 0, m("Registro com %d bytes é muito grande."_l1, static_cast<int>(n)));
+  if (n >= 10000) FrameFinding(run, MsgId::kLinhaGrande, static_cast<int>(n));
 
   *line = raw;
   if (n >= 2 && raw[n - 2] == '\r' && raw[n - 1] == '\n') {
     *line = raw.substr(0, n - 2);
   } else if (n >= 1 && raw[n - 1] == '\n') {
-    FrameFinding(run, 0,
-                 "Encontrou o caractere LF no final do registro e faltou antes o caractere CR. "
-                 "Cada registro do arquivo deve terminar com CR e LF."_l1);
+    FrameFinding(run, MsgId::kLinhaSemCr);
     *line = raw.substr(0, n - 1);
   } else if (n >= 1 && raw[n - 1] == '\r') {
-    FrameFinding(run, 0,
-                 "Encontrou o caractere CR no final do registro e faltou o caractere LF. "
-                 "Cada registro do arquivo deve termincar com CR e LF."_l1);
+    FrameFinding(run, MsgId::kLinhaSemLf);
     *line = raw.substr(0, n - 1);
   }
   // (A piece of an over-long line, or a last line without its line end, is
   // taken as it is.)
 
   if (line->empty()) {
-    FrameFinding(run, 0, "O registro está vazio!"_l1);
+    FrameFinding(run, MsgId::kLinhaVazia);
     return;
   }
-  if (line->front() != '|')
-    FrameFinding(
-        run, 0,
-        m("O primeiro caractere do registro é '%c' mas deveria ser '|' (pipe)."_l1, line->front()));
-  if (line->back() != '|')
-    FrameFinding(
-        run, 0,
-        m("O último caractere do registro é '%c' mas deveria ser '|' (pipe)."_l1, line->back()));
+  if (line->front() != '|') FrameFinding(run, MsgId::kLinhaInicioSemPipe, line->front());
+  if (line->back() != '|') FrameFinding(run, MsgId::kLinhaFimSemPipe, line->back());
 }
 
 }  // namespace
@@ -139,11 +137,8 @@ int TakeType(Run& run, Record& rec, std::string_view tok, size_t pos, int hint) 
   const std::string_view code = tok.substr(0, 99);
   const int idx = FindRecordType(code, hint);
   if (idx < 0) {
-    Msg m;
     FieldRef ref{"", static_cast<int32_t>(pos + 1), code, static_cast<int32_t>(tok.size())};
-    SalvarErroArquivo(
-        run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, code, 1, &ref, kErro,
-        m("O registro %.*s é de tipo inválido."_l1, static_cast<int>(code.size()), code.data()));
+    LineFinding(run, -1, code, 1, &ref, MsgId::kLinhaTipoInvalido, code);
     return -1;
   }
   rec.type = &kRecordTypes[idx];
@@ -159,8 +154,7 @@ void TooManyFields(Run& run, Record& rec, std::string_view line, size_t pos, int
   const Field& last = rec.fields[rec.type->field_count - 1];
   FieldRef ref{"", last.column + last.length, line.substr(pos),
                static_cast<int32_t>(line.size() - pos)};
-  SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, rec.type_index,
-                    rec.type->code, k, &ref, kErro, "Número de campos excedido no registro."_l1);
+  LineFinding(run, rec.type_index, rec.type->code, k, &ref, MsgId::kLinhaCamposDemais);
 }
 
 // Fields the line did not have become empty (length 1, at the column before
@@ -313,9 +307,7 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec, const LineBits* b
     }
     const std::string_view tok(base + pos, end - pos);
 
-    if (tok.size() + 1 > 255)
-      SalvarErroArquivo(run.ps.findings, run.log, run.ctx.offset, run.ctx.line, -1, {}, k, nullptr,
-                        kErro, "Campo com tamanho maior que 255.");
+    if (tok.size() + 1 > 255) LineFinding(run, -1, {}, k, nullptr, MsgId::kLinhaCampoLongo);
 
     if (k == 1) {
       if (TakeType(run, rec, tok, pos, previous_type) < 0) return -1;

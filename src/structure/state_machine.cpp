@@ -18,13 +18,13 @@
 #include <cstdint>
 
 #include "core/context.hpp"
-#include "core/latin1.hpp"
 #include "core/record_types.hpp"
+#include "core/rows.hpp"
 #include "rules/block0.hpp"
 #include "rules/block1.hpp"
 #include "rules/block9.hpp"
-#include "rules/common.hpp"
 #include "rules/opening.hpp"
+#include "rules/sequence.hpp"
 #include "structure/states.hpp"
 
 namespace volp {
@@ -67,11 +67,12 @@ enum class Step : uint8_t {
   kIndMov9001,
 };
 
-// How a rejection message is filled.
+// Whether a record is reported, and how its message is filled.
 enum class Fill : uint8_t {
+  kNada,           // not reported
   kType,           // %s = the record's type code
-  kFinalidade,     // %d - '%s' = the purpose and its text
-  kBlocoSemDados,  // %s, %02d - '%s' = type code, IND_MOV of 1001 and its name
+  kFinalidade,     // kForaDaFinalidade: the purpose, its text and the type code
+  kBlocoSemDados,  // kEsperava1990SemDados: type code, IND_MOV of 1001 and its name
 };
 
 constexpr int kMaxSteps = 9;
@@ -81,17 +82,17 @@ struct Transition {
   int8_t type;  // RecordTypeIndex
   When when;
   std::array<Step, kMaxSteps> steps;
-  int8_t next;         // state after an accepted record (IND_MOV steps may change it)
-  const char* reject;  // when set: after the steps, the record is reported and the state stays
-  Fill fill;
-  int16_t tag;  // source-position tag passed to the validators (the row's line)
+  int8_t next;   // state after an accepted record (IND_MOV steps may change it)
+  MsgId reject;  // with a fill other than kNada: after the steps, the record is
+  Fill fill;     // reported with this message and the state stays
+  int16_t tag;   // source-position tag passed to the validators (the row's line)
 };
 
 using St = Step;
 constexpr int8_t kStay = -1;
 
 #define ROW(state, type, when, next, ...) \
-  Transition { state, type, When::when, {__VA_ARGS__}, next, nullptr, Fill::kType, __LINE__ }
+  Transition { state, type, When::when, {__VA_ARGS__}, next, MsgId{}, Fill::kNada, __LINE__ }
 #define REJECT(state, type, when, msg, fill, ...) \
   Transition { state, type, When::when, {__VA_ARGS__}, kStay, msg, Fill::fill, __LINE__ }
 
@@ -106,15 +107,15 @@ constexpr Transition kTransitions[] = {
   // Registries: purpose 6 declares authorised institutions (0600) only, the
   // other purposes clients, devices and partners but no 0600.
   ROW(S::kAguardando0100, kR0100, kNotFin6, S::kAguardando0100, St::kValidate),
-  REJECT(S::kAguardando0100, kR0100, kFin6, "Para finalidade de arquivo %d - '%s' não pode ter o registro 0100."_l1, kFinalidade),
+  REJECT(S::kAguardando0100, kR0100, kFin6, MsgId::kForaDaFinalidade, kFinalidade),
   ROW(S::kAguardando0100, kR0105, kNotFin6, S::kAguardando0105, St::kPrevMustBe0100, St::kValidate),
-  REJECT(S::kAguardando0100, kR0105, kFin6, "Para finalidade de arquivo %d - '%s' não pode ter o registro 0105."_l1, kFinalidade, St::kPrevMustBe0100),
+  REJECT(S::kAguardando0100, kR0105, kFin6, MsgId::kForaDaFinalidade, kFinalidade, St::kPrevMustBe0100),
   ROW(S::kAguardando0100, kR0200, kNotFin6, S::kAguardando0200, St::kValidate),
-  REJECT(S::kAguardando0100, kR0200, kFin6, "Para finalidade de arquivo %d - '%s' não pode ter o registro 0200."_l1, kFinalidade),
+  REJECT(S::kAguardando0100, kR0200, kFin6, MsgId::kForaDaFinalidade, kFinalidade),
   ROW(S::kAguardando0100, kR0300, kNotFin6, S::kAguardando0300, St::kValidate),
-  REJECT(S::kAguardando0100, kR0300, kFin6, "Para finalidade de arquivo %d - '%s' não pode ter o registro 0300."_l1, kFinalidade),
+  REJECT(S::kAguardando0100, kR0300, kFin6, MsgId::kForaDaFinalidade, kFinalidade),
   ROW(S::kAguardando0100, kR0600, kFin6, S::kAguardando0600, St::kValidate),
-  REJECT(S::kAguardando0100, kR0600, kNotFin6, "Para finalidade de arquivo %d - '%s' não pode ter o registro 0600."_l1, kFinalidade),
+  REJECT(S::kAguardando0100, kR0600, kNotFin6, MsgId::kForaDaFinalidade, kFinalidade),
   ROW(S::kAguardando0100, kR0990, kAlways, S::kAguardando1001, St::kValidate),
 
   ROW(S::kAguardando0105, kR0100, kAlways, S::kAguardando0100, St::kValidate),
@@ -167,11 +168,11 @@ constexpr Transition kTransitions[] = {
       St::kClose1110, St::kClose1100, St::kZero1110, St::kZero1115, St::kReset1110, St::kReset1115, St::kValidate),
   ROW(S::kAguardando1115, kR1990, kPrev1115Or1120, S::kAguardando9001,
       St::kClose1110, St::kClose1100, St::kZero1110, St::kZero1115, St::kReset1110, St::kReset1115, St::kCloseCpf, St::kValidate),
-  REJECT(S::kAguardando1115, kR1100, kAlways, "Deveria ter o registro 1115 e não o %s."_l1, kType),
-  REJECT(S::kAguardando1115, kR1110, kAlways, "Deveria ter o registro 1115 e não o %s."_l1, kType),
-  REJECT(S::kAguardando1115, kR1120, kAlways, "Deveria ter o registro 1115 e não o %s."_l1, kType),
-  REJECT(S::kAguardando1115, kR1200, kAlways, "Deveria ter o registro 1115 e não o %s."_l1, kType),
-  REJECT(S::kAguardando1115, kR1990, kAlways, "Deveria ter o registro 1115 e não o %s."_l1, kType),
+  REJECT(S::kAguardando1115, kR1100, kAlways, MsgId::kEsperava1115, kType),
+  REJECT(S::kAguardando1115, kR1110, kAlways, MsgId::kEsperava1115, kType),
+  REJECT(S::kAguardando1115, kR1120, kAlways, MsgId::kEsperava1115, kType),
+  REJECT(S::kAguardando1115, kR1200, kAlways, MsgId::kEsperava1115, kType),
+  REJECT(S::kAguardando1115, kR1990, kAlways, MsgId::kEsperava1115, kType),
 
   ROW(S::kAguardando1200, kR1200, kAlways, S::kAguardando1200,
       St::kClose1200Prev, St::kZero1110, St::kZero1115, St::kReset1115, St::kValidate),
@@ -198,35 +199,35 @@ constexpr Transition kTransitions[] = {
 
 // What happens to a record that no row of its state accepts.
 struct Otherwise {
-  const char* message;  // nullptr: nothing at all
-  Fill fill;
+  MsgId message;
+  Fill fill;    // kNada: nothing at all
   int8_t next;  // kStay, or the state to move to (keeping the previous state)
 };
 
 // clang-format off
 constexpr Otherwise kOtherwise[kStateCount] = {
-  {"Deveria ter o registro 0000 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 0001 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 0005 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 0100, 0105, 0200, 0300, 0600 ou 0990 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 0105, 0200, 0300 ou 0990 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 0200, 0300 ou 0990 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 0300 ou 0990 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 0990 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 0990 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 1001 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 1100 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 1110 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 1100, 1110, 1115, 1200 ou 1990 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 1200, 1220 ou 1990 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 1990 e não o %s porque o campo %02d - '%s' do registro 1001 tem valor 0 - 'Bloco sem dados informados'."_l1, Fill::kBlocoSemDados, kStay},
-  {"Deveria ter o registro 9001 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 9900 ou 9990 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 9990 e não o %s."_l1, Fill::kType, kStay},
-  {"Deveria ter o registro 9999 e não o %s."_l1, Fill::kType, kStay},
+  {MsgId::kEsperava0000, Fill::kType, kStay},
+  {MsgId::kEsperava0001, Fill::kType, kStay},
+  {MsgId::kEsperava0005, Fill::kType, kStay},
+  {MsgId::kEsperavaCadastro, Fill::kType, kStay},
+  {MsgId::kEsperavaApos0105, Fill::kType, kStay},
+  {MsgId::kEsperavaApos0200, Fill::kType, kStay},
+  {MsgId::kEsperavaApos0300, Fill::kType, kStay},
+  {MsgId::kEsperava0990, Fill::kType, kStay},
+  {MsgId::kEsperava0990, Fill::kType, kStay},
+  {MsgId::kEsperava1001, Fill::kType, kStay},
+  {MsgId::kEsperava1100, Fill::kType, kStay},
+  {MsgId::kEsperava1110, Fill::kType, kStay},
+  {MsgId::kEsperavaApos1115, Fill::kType, kStay},
+  {MsgId::kEsperavaApos1200, Fill::kType, kStay},
+  {MsgId::kEsperava1990SemDados, Fill::kBlocoSemDados, kStay},
+  {MsgId::kEsperava9001, Fill::kType, kStay},
+  {MsgId::kEsperava9900, Fill::kType, kStay},
+  {MsgId::kEsperava9990, Fill::kType, kStay},
+  {MsgId::kEsperava9999, Fill::kType, kStay},
   // After 9999 the first further record is reported, the rest ignored.
-  {"Deveria ter encerrado o arquivo mas ainda encontrou o registro %s."_l1, Fill::kType, S::kAguardandoEncerrar},
-  {nullptr, Fill::kType, kStay},
+  {MsgId::kRegistroAposFim, Fill::kType, S::kAguardandoEncerrar},
+  {MsgId{}, Fill::kNada, kStay},
 };
 // clang-format on
 
@@ -285,17 +286,60 @@ bool Applies(When when, const Run& run) {
   return false;
 }
 
-void Wrong(Run& run, Record& rec, const char* fmt, Fill fill) {
-  Msg m;
+// Every message of the two tables takes the values its fill gives it.
+constexpr bool Fits(MsgId id, Fill fill) {
   switch (fill) {
+    case Fill::kNada:
+      return true;
     case Fill::kType:
-      run.Report(rec, 0, kErro, m(fmt, rec.type->code));
+      return msg::Matches<const char*>(id);
+    case Fill::kFinalidade:
+      return id == MsgId::kForaDaFinalidade;
+    case Fill::kBlocoSemDados:
+      return id == MsgId::kEsperava1990SemDados;
+  }
+  return false;
+}
+
+constexpr bool AllFit() {
+  for (const Transition& t : kTransitions)
+    if (!Fits(t.reject, t.fill)) return false;
+  for (const Otherwise& o : kOtherwise)
+    if (!Fits(o.message, o.fill)) return false;
+  return true;
+}
+static_assert(AllFit(), "a rejection's message does not take the values of its fill");
+
+// Message `id` of a kType row: its one placeholder, checked above, takes the
+// record's type code.
+void ReportType(Run& run, Record& rec, MsgId id) {
+  const MessageDef& d = Message(id);
+  MsgText text;
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#endif
+  msg::FormatRaw(text.buf, sizeof text.buf, d.format, rec.type->code);
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+  run.ReportText(rec, 0, d.severity, text.buf, d.code);
+}
+
+void Wrong(Run& run, Record& rec, MsgId id, Fill fill) {
+  const int fin = run.ctx.finalidade;
+  switch (fill) {
+    case Fill::kNada:
+      break;
+    case Fill::kType:
+      ReportType(run, rec, id);
       break;
     case Fill::kFinalidade:
-      run.Report(rec, 0, kErro, m(fmt, run.ctx.finalidade, FinalidadeTexto(run.ctx.finalidade)));
+      run.Report(rec, 0, MsgId::kForaDaFinalidade, fin, FinalidadeTexto(fin), rec.type->code);
       break;
     case Fill::kBlocoSemDados:
-      run.Report(rec, 0, kErro, m(fmt, rec.type->code, 2, kRecordTypes[kR1001].fields[1].name));
+      run.Report(rec, 0, MsgId::kEsperava1990SemDados, rec.type->code, CampoNumero(f1001::kIndMov),
+                 kRecordTypes[kR1001].fields[f1001::kIndMov].name);
       break;
   }
 }
@@ -307,81 +351,12 @@ struct Outcome {
   bool accepted = true;
 };
 
-// Field 02 of 0001, 1001 and 9001: the movement indicator, 0 (no data in
-// the block) or 1. Read only when the field analysis found it valid.
-bool ReadIndMov(const Record& rec, int* value) {
-  const Field& f = rec.fields[1];
-  if (!f.valid) return false;
-  *value = static_cast<int>(LerDigitos(f.text));
-  return true;
-}
-
-void IndMovInvalido(Run& run, Record& rec) {
-  Msg m;
-  const Field& f = rec.fields[1];
-  run.Report(rec, 1, kErro,
-             m("Indicador de movimento pode ser 0 ou 1 e não %.*s."_l1,
-               static_cast<int>(f.text.size()), f.text.data()));
-}
-
-// 0001: block 0 always has data.
-void IndMov0001(Run& run, Record& rec, Outcome& out) {
-  int v;
-  if (!ReadIndMov(rec, &v)) {
+// The state a block's opening leads to, as its movement indicator says.
+void Follow(Movimento m, int with_data, int without_data, Outcome& out) {
+  if (m == Movimento::kRecusado)
     out.accepted = false;
-    return;
-  }
-  if (v == 0) {
-    run.Report(rec, 1, kErro, "No registro 0001 é obrigatório o Indicador de movimento = 1."_l1);
-  } else if (v != 1) {
-    IndMovInvalido(run, rec);
-    out.accepted = false;
-    return;
-  }
-  out.next = S::kAguardando0005;
-}
-
-// 1001: block 1 without data goes straight to its closing 1990.
-void IndMov1001(Run& run, Record& rec, Outcome& out) {
-  int v;
-  if (!ReadIndMov(rec, &v)) {
-    out.accepted = false;
-    return;
-  }
-  const int fin = run.ctx.finalidade;
-  if (v == 0) {
-    if (fin == 1)
-      run.Report(rec, 1, kErro,
-                 "O Indicador de movimento deve ser 1 para remessa de arquivo normal."_l1);
-    out.next = S::kAguardando1990;
-    return;
-  }
-  if (v == 1) {
-    if (fin == 4)
-      run.Report(rec, 1, kErro,
-                 "O Indicador de movimento deve ser 0 para remessa de arquivo zerado."_l1);
-    if (fin == 5)
-      run.Report(rec, 1, kErro,
-                 "O Indicador de movimento deve ser 1 para remessa de arquivo de encerramento de "
-                 "atividades."_l1);
-  } else {
-    IndMovInvalido(run, rec);
-  }
-  out.next = S::kAguardando1100;
-}
-
-// 9001: block 9 always has data; the file goes on to the 9900s in any case.
-void IndMov9001(Run& run, Record& rec, Outcome& out) {
-  int v;
-  if (!ReadIndMov(rec, &v)) {
-    out.accepted = false;
-    return;
-  }
-  if (v == 0)
-    run.Report(rec, 1, kErro, "No registro 9001 é obrigatório o Indicador de movimento = 1."_l1);
-  else if (v != 1)
-    IndMovInvalido(run, rec);
-  out.next = S::kAguardando9900;
+  else
+    out.next = m == Movimento::kSemDados ? without_data : with_data;
 }
 
 void DoStep(Step step, Run& run, Record& rec, int tag, Outcome& out) {
@@ -425,10 +400,7 @@ void DoStep(Step step, Run& run, Record& rec, int tag, Outcome& out) {
       VerificacaoRegistro_0200(run, tag);
       break;
     case Step::kPrevMustBe0100:
-      if (prev != 100) {
-        Msg m;
-        run.Report(rec, 0, kErro, m("O registro anterior deveria ser 0100 e não %04d."_l1, prev));
-      }
+      VerificarAnterior0100(run, rec, prev);
       break;
     case Step::kOpen1110:
       // A 1110 right after its 1100 starts the transaction sums afresh; one
@@ -449,17 +421,16 @@ void DoStep(Step step, Run& run, Record& rec, int tag, Outcome& out) {
       }
       break;
     case Step::kOnly1220After1200:
-      if (prev == 1220)
-        run.Report(rec, 0, kErro, "Só pode vir um registro 1220 depois do registro 1200."_l1);
+      VerificarUm1220(run, rec, prev);
       break;
     case Step::kIndMov0001:
-      IndMov0001(run, rec, out);
+      Follow(IndicadorMovimento0001(run, rec), S::kAguardando0005, S::kAguardando0005, out);
       break;
     case Step::kIndMov1001:
-      IndMov1001(run, rec, out);
+      Follow(IndicadorMovimento1001(run, rec), S::kAguardando1100, S::kAguardando1990, out);
       break;
     case Step::kIndMov9001:
-      IndMov9001(run, rec, out);
+      Follow(IndicadorMovimento9001(run, rec), S::kAguardando9900, S::kAguardando9900, out);
       break;
   }
 }
@@ -479,7 +450,7 @@ void StepStateMachine(Run& run, Record& rec) {
       if (step == Step::kNone) break;
       DoStep(step, run, rec, t.tag, out);
     }
-    if (t.reject != nullptr) {
+    if (t.fill != Fill::kNada) {
       Wrong(run, rec, t.reject, t.fill);
     } else if (out.accepted) {
       ctx.previous_state = state;
@@ -489,7 +460,7 @@ void StepStateMachine(Run& run, Record& rec) {
   }
 
   const Otherwise& o = kOtherwise[state];
-  if (o.message != nullptr) Wrong(run, rec, o.message, o.fill);
+  Wrong(run, rec, o.message, o.fill);
   if (o.next != kStay) ctx.state = o.next;
 }
 
