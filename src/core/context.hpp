@@ -186,31 +186,21 @@ struct Run {
                  FormatMessage(text, id, args...), d.code);
   }
 
+  // A message chosen at run time from a table of ids whose rows are held
+  // against their values at compile time (see FormatChosen).
+  template <class... A>
+  void ReportChosen(const Record& r, int field_index, MsgId id, const A&... args) {
+    MsgText text;
+    const MessageDef& d = Message(id);
+    ReportText(r, field_index, d.severity, FormatChosen(text, id, args...), d.code);
+  }
+
   // The same with a message already written out.
   void ReportText(const Record& r, int field_index, int32_t severity, std::string_view message,
                   std::string_view code = {});
   void ReportTextAt(int64_t offset, int64_t line, int type_index, int32_t field_index,
                     const FieldRef* field, int32_t severity, std::string_view message,
                     std::string_view code = {});
-  // Until every check names its message in the table.
-  void Report(const Record& r, int field_index, int32_t severity, std::string_view message) {
-    ReportText(r, field_index, severity, message);
-  }
-  void ReportAt(int64_t offset, int64_t line, int type_index, int32_t field_index,
-                const FieldRef* field, int32_t severity, std::string_view message) {
-    ReportTextAt(offset, line, type_index, field_index, field, severity, message);
-  }
-};
-
-// printf into the 300-byte message buffer that every check uses: a message
-// is at most 299 bytes, and a longer text is cut there.
-struct Msg {
-  char buf[300];
-  const char* operator()(const char* fmt, ...)
-#if defined(__GNUC__)
-      __attribute__((format(printf, 2, 3)))
-#endif
-      ;
 };
 
 }  // namespace volp

@@ -196,9 +196,11 @@ const char* FormatMessage(MsgText& out, MsgOf<A...> id, const A&... args);
 
 namespace volp {
 
+namespace msg {
+
 template <class... A>
-const char* FormatMessage(MsgText& out, MsgOf<A...> id, const A&... args) {
-  const char* fmt = Message(id.id).format;
+const char* Format(MsgText& out, MsgId id, const A&... args) {
+  const char* fmt = Message(id).format;
   return std::apply(
       [&](auto... v) {
 #if defined(__GNUC__)
@@ -206,12 +208,27 @@ const char* FormatMessage(MsgText& out, MsgOf<A...> id, const A&... args) {
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 #endif
-        return msg::FormatRaw(out.buf, sizeof out.buf, fmt, v...);
+        return FormatRaw(out.buf, sizeof out.buf, fmt, v...);
 #if defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif
       },
-      std::tuple_cat(std::tuple<>(), msg::Expand(args)...));
+      std::tuple_cat(std::tuple<>(), Expand(args)...));
+}
+
+}  // namespace msg
+
+template <class... A>
+const char* FormatMessage(MsgText& out, MsgOf<A...> id, const A&... args) {
+  return msg::Format(out, id.id, args...);
+}
+
+// The same for a message chosen at run time from a table of ids (the
+// structure machine's transitions): the table's rows must be held against
+// their values at compile time with msg::Matches in a static_assert.
+template <class... A>
+const char* FormatChosen(MsgText& out, MsgId id, const A&... args) {
+  return msg::Format(out, id, args...);
 }
 
 }  // namespace volp

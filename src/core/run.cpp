@@ -20,12 +20,4 @@ void Run::ReportTextAt(int64_t offset, int64_t line, int type_index, int32_t fie
                     message, code);
 }
 
-const char* Msg::operator()(const char* fmt, ...) {
-  va_list ap;
-  va_start(ap, fmt);
-  std::vsnprintf(buf, sizeof buf, fmt, ap);
-  va_end(ap);
-  return buf;
-}
-
 }  // namespace volp

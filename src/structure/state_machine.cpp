@@ -312,19 +312,7 @@ static_assert(AllFit(), "a rejection's message does not take the values of its f
 
 // Message `id` of a kType row: its one placeholder, checked above, takes the
 // record's type code.
-void ReportType(Run& run, Record& rec, MsgId id) {
-  const MessageDef& d = Message(id);
-  MsgText text;
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-#endif
-  msg::FormatRaw(text.buf, sizeof text.buf, d.format, rec.type->code);
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
-  run.ReportText(rec, 0, d.severity, text.buf, d.code);
-}
+void ReportType(Run& run, Record& rec, MsgId id) { run.ReportChosen(rec, 0, id, rec.type->code); }
 
 void Wrong(Run& run, Record& rec, MsgId id, Fill fill) {
   const int fin = run.ctx.finalidade;
