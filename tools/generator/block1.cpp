@@ -82,14 +82,7 @@ Totals Gen::Group(Mode mode, Cursor& c, const Client& cl, int64_t q, int dt_ini,
     expect = Group(kSum, copy, cl, q, dt_ini, dt_fin, ext, comex, line);
     Begin(T1100);
     offset_1100 = offset_;
-    if (cl.partner >= 0) {
-      out_.Str("|PAR");
-      out_.Pad(static_cast<uint64_t>(cl.partner), 4);
-    } else {
-      Sep();
-    }
-    out_.Str("|CLI");
-    out_.Pad(static_cast<uint64_t>(cl.index), 8);
+    PartnerAndClient(cl);
     Num(comex);
     Num(ext ? 1 : 0);
     Date(dt_ini);
@@ -390,14 +383,7 @@ void Gen::Cancellations() {
     Rng r(Mix(seed_, 0x700000000ll + k));
     const Client cl = MakeClient((k * 7919) % c_);
     Begin(T1200);
-    if (cl.partner >= 0) {
-      out_.Str("|PAR");
-      out_.Pad(static_cast<uint64_t>(cl.partner), 4);
-    } else {
-      Sep();
-    }
-    out_.Str("|CLI");
-    out_.Pad(static_cast<uint64_t>(cl.index), 8);
+    PartnerAndClient(cl);
     out_.Str("|MC");
     out_.Pad(static_cast<uint64_t>(cl.first_device), 8);
     out_.Str("|9");

@@ -184,6 +184,18 @@ class Gen {
     out_.Ch('|');
     out_.U(static_cast<uint64_t>(v));
   }
+  // COD_IP_PAR (empty for a client without a partner) and COD_CLIENTE, the
+  // two fields that open both a 1100 and a 1200.
+  void PartnerAndClient(const Client& cl) {
+    if (cl.partner >= 0) {
+      out_.Str("|PAR");
+      out_.Pad(static_cast<uint64_t>(cl.partner), 4);
+    } else {
+      Sep();
+    }
+    out_.Str("|CLI");
+    out_.Pad(static_cast<uint64_t>(cl.index), 8);
+  }
 
   // The count a closing record states (0990's lines of block 0, 9999's of the
   // file), one too many when its fault falls there.
