@@ -35,6 +35,10 @@ struct Options {
   const std::atomic<bool>* stop = nullptr;
   // Called every 100,000 lines with the bytes read and the file size.
   std::function<void(int64_t bytes_read, int64_t file_size)> progress;
+  // Where the reports go, as a path without extension: the XML report is
+  // "<report_stem>.validacao.xml" (and a valid file's summary
+  // "<report_stem>.rcad.txt"). Empty = beside the input (ReportPath).
+  std::string report_stem;
 };
 
 // One finding as the report lists it.
@@ -51,6 +55,19 @@ struct Finding {
   int32_t severity = 2;  // 1 "Advertência", 2 and 3 "Rejeição"
   // The message's stable code ("VOLP-1110-MCAPT-SEM-0200"; docs/messages.md).
   std::string code;
+  // Found by the end-of-file checks of a run that stopped early: it may only
+  // say that the part never read would have held what was missing (a client
+  // "sem referência" because block 1 was not reached).
+  bool follows_stop = false;
+};
+
+// Why a run did not read its file to the end.
+enum class StopReason {
+  kNone,              // read to the end
+  kErrorLimit,        // 3,000 errors
+  kUnknownTypeLimit,  // too many lines of unknown record type
+  kCancelled,         // the stop flag or the stop file
+  kReadError,         // the file could not be read further
 };
 
 struct TypeSummary {
@@ -64,6 +81,7 @@ struct TypeSummary {
 struct Result {
   // The run went to its end and the report is in place (ValidadorVOLP's 1).
   bool completed = false;
+  std::string path;  // the file validated, as given to Validate
   // Why the run could not be done, when it could not (the E#C log line).
   std::string failure;
   std::string report_path;
@@ -79,13 +97,34 @@ struct Result {
   std::vector<TypeSummary> types;  // the 21 record types in file order
   std::vector<Finding> findings;   // sorted by line, as in the report
 
+  // How far the run went: why it stopped early (kNone when it read the whole
+  // file), the last line it read and the bytes up to that line's end.
+  StopReason stop_reason = StopReason::kNone;
+  int64_t last_line = 0;
+  int64_t bytes_read = 0;
+  // The day the run validated as (AAAAMMDD: Options::today or the local date).
+  std::string validation_date;
+  // Wall-clock time of the whole call, in seconds.
+  double elapsed_seconds = 0;
+
   // No errors: the report says "Arquivo validado".
   bool valid() const { return completed && errors == 0; }
+  // The whole file was read (a verdict on part of a file is no verdict on it).
+  bool read_whole_file() const { return completed && stop_reason == StopReason::kNone; }
 };
 
 VOLP_API Result Validate(const std::string& path, const Options& options = {});
 
 VOLP_API std::string Latin1ToUtf8(std::string_view latin1);
+
+// The message format behind a finding's code (Latin-1, printf placeholders
+// such as "%s" where the values go; docs/messages.md), or "" for a code that
+// is not in the table.
+VOLP_API std::string_view MessageTemplate(std::string_view code);
+
+// A short English name for a stop reason: "complete", "error-limit",
+// "unknown-type-limit", "cancelled", "read-error".
+VOLP_API const char* StopReasonName(StopReason reason);
 
 // Where the report of `path` goes: the path up to its last "." — of the whole
 // path, so a dot in a directory name counts ("dir.x/file" gives

@@ -59,6 +59,8 @@ struct RunOptions {
   // Bytes read from the file at a time; 0 = the reader's default. Tests vary
   // it to show that nothing depends on where the blocks end.
   size_t read_block = 0;
+  // The reports' path without extension; empty = the input path's stem.
+  std::string report_stem;
 };
 
 inline constexpr int64_t kLinhasPorDeslocamento = 1000000;

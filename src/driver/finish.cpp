@@ -46,6 +46,21 @@ int Encerrar(Run& run, platform::InputFile& file, Sha256& sha, LineSource& sourc
   log.Write(3, "Fechou %s com descritor: %d\n", path.c_str(), file.descriptor());
   file.Close();
 
+  if (summary) {
+    summary->last_line = ctx.line;
+    summary->bytes_read = ctx.end_offset;
+    if (ps.stop)
+      summary->stop_reason = StopReason::kCancelled;
+    else if (ps.unknown_records >= kMaxUnknown)
+      summary->stop_reason = StopReason::kUnknownTypeLimit;
+    else if (ps.findings.errors >= kMaxErrors && ctx.end_offset < ctx.file_size)
+      summary->stop_reason = StopReason::kErrorLimit;
+    else if (source.read_failed())
+      summary->stop_reason = StopReason::kReadError;
+  }
+  // What the end checks find after an early stop may only be the part that
+  // was never read: those findings are marked.
+  const size_t found_before_end = ps.findings.list.size();
   if (ps.unknown_records < kMaxUnknown) {
     if (ps.findings.errors < kMaxErrors && ctx.state != kAguardandoFim &&
         ctx.state != kAguardandoEncerrar) {
@@ -55,6 +70,11 @@ int Encerrar(Run& run, platform::InputFile& file, Sha256& sha, LineSource& sourc
     }
     if (ps.unknown_records < kMaxUnknown && ps.findings.errors < kMaxErrors)
       VerificarRegistrosObrigatorios(run);
+  }
+
+  if (summary && summary->stop_reason != StopReason::kNone) {
+    for (size_t i = found_before_end; i < ps.findings.list.size(); ++i)
+      ps.findings.list[i].follows_stop = true;
   }
 
   BeforeReport(ps, ctx);

@@ -107,7 +107,8 @@ bool AbrirDeclaracao(Run& run, const std::string& path, platform::InputFile& fil
   }
   log.Write(3, "Abriu %s com descritor: %d\n", path.c_str(), file.descriptor());
 
-  ctx.report_name = ReportNameFor(path);
+  ctx.report_name =
+      run.opts.report_stem.empty() ? ReportNameFor(path) : run.opts.report_stem + ".validacao.xml";
   if (path.size() > kMaxReportName || ctx.report_name.size() > kMaxReportName) {
     log.Write(0,
               "E#C9124: O caminho %s é longo demais: o nome do relatório passaria de %d "
@@ -116,6 +117,7 @@ bool AbrirDeclaracao(Run& run, const std::string& path, platform::InputFile& fil
     return false;
   }
   if (summary) {
+    summary->validation_date = run.today;
     summary->report_path = ctx.report_name;
     summary->file_size = ctx.file_size;
   }

@@ -18,6 +18,11 @@ struct RunSummary {
   int64_t file_size = 0;
   int64_t records_read = 0;
   bool report_written = false;
+  std::string validation_date;  // AAAAMMDD
+  // How far the reading went and why it ended before the end of the file.
+  StopReason stop_reason = StopReason::kNone;
+  int64_t last_line = 0;
+  int64_t bytes_read = 0;
 };
 
 // Validates `path`. Returns 1 when the run reached its end and the final

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "core/messages.hpp"
 #include "driver/validator.hpp"
 #include "entry/lifetime.hpp"
 #include "platform/platform.hpp"
@@ -63,9 +64,12 @@ Result Validate(const std::string& path, const Options& options) {
   ro.today = options.today;
   ro.stop_request = options.stop;
   ro.progress = options.progress;
+  ro.report_stem = options.report_stem;
 
   RunSummary summary;
   Result r;
+  r.path = path;
+  const int64_t start_ns = platform::NowNs();
   r.completed = ExecutarValidacao(ps, log, path, ro, &summary) == 1;
   r.failure = log.last_error();
   r.report_path = summary.report_path;
@@ -78,6 +82,10 @@ Result Validate(const std::string& path, const Options& options) {
   r.rejected_lines = ps.findings.rejected_lines;
   r.unknown_records = ps.unknown_records;
   r.sha256 = summary.sha256;
+  r.stop_reason = summary.stop_reason;
+  r.last_line = summary.last_line;
+  r.bytes_read = summary.bytes_read;
+  r.validation_date = summary.validation_date;
   for (int i = 0; i < kRecordTypeCount; ++i) {
     const TypeCounters& t = ps.findings.per_type[i];
     r.types.push_back({kRecordTypes[i].code, t.count, t.rejected, t.warnings, t.errors});
@@ -85,10 +93,33 @@ Result Validate(const std::string& path, const Options& options) {
   r.findings = std::move(ps.findings.list);
   std::stable_sort(r.findings.begin(), r.findings.end(),
                    [](const Finding& a, const Finding& b) { return a.line < b.line; });
+  r.elapsed_seconds = static_cast<double>(platform::NowNs() - start_ns) / 1e9;
   return r;
 }
 
 std::string ReportPath(const std::string& path) { return ReportNameFor(path); }
+
+std::string_view MessageTemplate(std::string_view code) {
+  for (const MessageDef& m : kMessages)
+    if (code == m.code) return m.format;
+  return {};
+}
+
+const char* StopReasonName(StopReason reason) {
+  switch (reason) {
+    case StopReason::kNone:
+      break;
+    case StopReason::kErrorLimit:
+      return "error-limit";
+    case StopReason::kUnknownTypeLimit:
+      return "unknown-type-limit";
+    case StopReason::kCancelled:
+      return "cancelled";
+    case StopReason::kReadError:
+      return "read-error";
+  }
+  return "complete";
+}
 
 std::string Latin1ToUtf8(std::string_view latin1) {
   std::string out;
