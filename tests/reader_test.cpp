@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "declaration_builder.hpp"
 #include "driver/validator.hpp"
 #include "reading/line_source.hpp"
 #include "support.hpp"
@@ -411,6 +413,70 @@ TEST(Run, BadInputGivesAFailureNotACrash) {
   o.tables_dir = dir.path();  // no municipality table there
   Result no_table = Validate(dir.Write("a.txt", "|0000|\r\n"), o);
   EXPECT_FALSE(no_table.completed);
+}
+
+}  // namespace
+}  // namespace volp
+
+namespace volp {
+namespace {
+
+// How far a run read and why it ended: the caller must be able to tell a
+// verdict on the whole file from one on its first part.
+TEST(Run, SaysHowFarItReadAndWhy) {
+  const std::string opening = "|0000|07|1|SP|11222333000181|Empresa|20251001|20251031|1|202511|";
+  std::vector<std::string> errors(3010, "|0001|1|");
+  errors[0] = opening;
+  std::vector<std::string> unknown(150, "|ABCD|");
+  // Clients declared and never used: a stop before block 1 makes every one
+  // of them "sem referência".
+  test::Declaration clients;
+  for (int i = 0; i < 100010; ++i) clients.registry.push_back(test::Client(std::to_string(i)));
+  const std::atomic<bool> raised{true};
+  Options stopping;
+  stopping.stop = &raised;
+
+  struct Case {
+    const char* name;
+    std::string content;
+    Options options;
+    StopReason reason;
+    int64_t last_line;
+    bool follows_stop;  // some end-of-file finding follows from the stop
+  };
+  const std::string valid = test::Lines(test::Declaration{}.Lines());
+  const Case cases[] = {
+      {"whole file", valid, {}, StopReason::kNone, 19, false},
+      {"error limit", test::Lines(errors), {}, StopReason::kErrorLimit, 3003, false},
+      {"unknown types", test::Lines(unknown), {}, StopReason::kUnknownTypeLimit, 100, false},
+      {"cancelled", test::Lines(clients.Lines()), stopping, StopReason::kCancelled, 100000, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const Result r = test::ValidateText(c.content, nullptr, c.options);
+    ASSERT_TRUE(r.completed) << r.failure;
+    EXPECT_EQ(r.stop_reason, c.reason);
+    EXPECT_EQ(r.read_whole_file(), c.reason == StopReason::kNone);
+    EXPECT_EQ(r.last_line, c.last_line);
+    EXPECT_EQ(r.bytes_read == r.file_size, c.reason == StopReason::kNone) << r.bytes_read;
+    EXPECT_EQ(r.validation_date, test::kToday);
+    EXPECT_GT(r.elapsed_seconds, 0);
+    // The part read of each file is clean but for what made it stop: what the
+    // end checks find after a cancel is all a consequence of it (clients
+    // "sem referência" at their own lines, block 1 never read).
+    const auto following = std::count_if(r.findings.begin(), r.findings.end(),
+                                         [](const Finding& f) { return f.follows_stop; });
+    EXPECT_EQ(following, c.follows_stop ? static_cast<long>(r.findings.size()) : 0);
+    EXPECT_EQ(following > 0, c.follows_stop);
+  }
+}
+
+TEST(Run, MessageTemplatesByCode) {
+  EXPECT_EQ(MessageTemplate("VOLP-ARQUIVO-MUITOS-ERROS"),
+            L1("Parou a validação porque encontrou muitos erros!"));
+  EXPECT_EQ(MessageTemplate("VOLP-NO-SUCH-CODE"), "");
+  EXPECT_STREQ(StopReasonName(StopReason::kErrorLimit), "error-limit");
+  EXPECT_STREQ(StopReasonName(StopReason::kNone), "complete");
 }
 
 }  // namespace
