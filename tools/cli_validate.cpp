@@ -20,6 +20,7 @@
 #include <memory>
 #include <system_error>
 
+#include "cli_data.hpp"
 #include "cli_progress.hpp"
 
 #ifndef VOLP_DATA_DIR
@@ -181,7 +182,8 @@ int RunValidate(const Settings& s, bool log_requested) {
     return kExitNotDone;
   }
 
-  const TableChoice tables = FindTables(s.tables, VOLP_DATA_DIR, VOLP_SOURCE_DATA_DIR);
+  const TableChoice tables =
+      FindTables(s.tables, InstalledDataDir(kTableFile), VOLP_SOURCE_DATA_DIR);
   Options options;
   options.today = s.today;
   options.log_level = s.log_level;

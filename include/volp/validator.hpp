@@ -26,7 +26,11 @@ struct Options {
   // Write the log file "<log_dir>/log_VOLP_<pid>/ValidadorVOLP.log".
   bool log_file = false;
   std::string log_dir = ".";
-  // Directory of RELATORIO_DTB_BRASIL_MUNICIPIO.csv; empty = current directory.
+  // Directory of RELATORIO_DTB_BRASIL_MUNICIPIO.csv. Empty = the first that
+  // holds it of: the current directory, the data directory of the installed
+  // tree this library sits in (<prefix>/share/volp; on Windows also the
+  // library's own directory), the install prefix's share/volp. The one used
+  // is in Result::tables_path. (ValidadorVOLP reads the current directory's.)
   std::string tables_dir;
   // The day of the run as AAAAMMDD ("data adiantada", "Deveria ser ...");
   // empty = today. Fix it for reproducible results on old files.

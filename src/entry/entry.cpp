@@ -8,6 +8,7 @@
 #include "core/messages.hpp"
 #include "driver/validator.hpp"
 #include "entry/lifetime.hpp"
+#include "entry/tables_search.hpp"
 #include "platform/platform.hpp"
 #include "volp/validator.hpp"
 #include "volp/volp.h"
@@ -60,7 +61,9 @@ Result Validate(const std::string& path, const Options& options) {
   log.Write(3, "Validate(%s)\n", path.c_str());
 
   RunOptions ro;
-  ro.tables_dir = options.tables_dir;
+  // No directory given: the current one, then the installed tree's data
+  // (ValidadorVOLP keeps to the current directory).
+  ro.tables_dir = options.tables_dir.empty() ? DefaultTablesDir() : options.tables_dir;
   ro.today = options.today;
   ro.stop_request = options.stop;
   ro.progress = options.progress;

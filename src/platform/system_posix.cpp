@@ -2,6 +2,7 @@
 // are no version resources: the library's version is the build's and no
 // transmitter is looked for.
 #include <dlfcn.h>
+#include <link.h>
 #include <pwd.h>
 #include <sys/statvfs.h>
 #include <sys/utsname.h>
@@ -23,6 +24,19 @@ int DirectoryError() { return EISDIR; }
 
 std::string ModulePath() {
   Dl_info info{};
+#if defined(__GLIBC__)
+  // For code linked into the program itself the loader only knows the name
+  // the program was started by (argv[0], perhaps relative or found through
+  // PATH); the kernel knows its real path.
+  link_map* map = nullptr;
+  if (dladdr1(reinterpret_cast<void*>(&ModulePath), &info, reinterpret_cast<void**>(&map),
+              RTLD_DL_LINKMAP) != 0 &&
+      map != nullptr && map->l_name != nullptr && map->l_name[0] == '\0') {
+    char buf[4096];
+    const ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
+    if (n > 0) return std::string(buf, static_cast<size_t>(n));
+  }
+#endif
   if (dladdr(reinterpret_cast<void*>(&ModulePath), &info) == 0 || info.dli_fname == nullptr)
     return {};
   return info.dli_fname;
