@@ -146,7 +146,10 @@ std::string StemInDirectory(const std::string& dir, const std::string& path) {
   const size_t dot = name.find_last_of('.');
   if (dot != std::string::npos) name.resize(dot);
   std::string stem = dir;
-  if (kSeparators.find(stem.back()) == std::string_view::npos) stem += kSeparator;
+  if (kSeparators.find(stem.back()) == std::string_view::npos) {
+    // A directory written with "/" goes on with "/" (Windows takes both).
+    stem += dir.find('/') != std::string::npos ? '/' : kSeparator;
+  }
   return stem + name;
 }
 
