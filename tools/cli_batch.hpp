@@ -16,7 +16,7 @@ struct BatchRow {
   // "valid", "errors", "cancelled", "not done" (the run could not be done)
   // or "skipped" (not started: the batch was stopped before it).
   std::string verdict;
-  std::string read;  // "whole", "7%" or "-"
+  std::string read;     // "whole", "7%" or "-"
   int64_t errors = -1;  // -1: no count (not done, skipped)
   int64_t warnings = -1;
   int64_t lines = -1;

@@ -31,8 +31,7 @@ std::string Verdict(const Result& r) {
 // end, never "0%" once something was read.
 std::string Share(int64_t part, int64_t whole) {
   if (whole <= 0) return "0%";
-  int64_t pct = part >= whole ? 100 : part * 100 / whole;
-  if (part < whole && pct >= 100) pct = 99;
+  const int64_t pct = std::min<int64_t>(part * 100 / whole, 99);
   if (part > 0 && pct == 0) return "<1%";
   return std::to_string(pct) + "%";
 }
@@ -53,8 +52,7 @@ std::string WhyStopped(const Result& r) {
   return "";
 }
 
-void AddGroups(std::string& out, const std::vector<FindingGroup>& groups,
-               const SummaryOptions& o) {
+void AddGroups(std::string& out, const std::vector<FindingGroup>& groups, const SummaryOptions& o) {
   for (const FindingGroup& g : groups) {
     std::string head = "  " + Thousands(g.count) + " " + SeverityWord(g.severity, g.count);
     head.resize(std::max<size_t>(head.size(), 16), ' ');
@@ -176,8 +174,8 @@ std::string Timing(const Result& r) {
   if (s > 0) {
     const double bytes = static_cast<double>(r.read_whole_file() ? r.file_size : r.bytes_read);
     out += Printf(", %.1f MB/s", bytes / 1e6 / s);
-    out += ", " + Thousands(static_cast<int64_t>(static_cast<double>(r.last_line) / s)) +
-           " lines/s";
+    out +=
+        ", " + Thousands(static_cast<int64_t>(static_cast<double>(r.last_line) / s)) + " lines/s";
   }
   return out;
 }
@@ -224,8 +222,7 @@ std::string Summary(const Result& r, const SummaryOptions& o) {
     out += "Verdict:  " + (r.errors == 0 ? st.Green(verdict) : st.Red(verdict)) + "\n";
   }
   if (r.errors != 0 && r.rejected_lines == 0) {
-    out += Fit(
-               "          (the errors stand on no record line, so the report's verdict does not "
+    out += Fit("          (the errors stand on no record line, so the report's verdict does not "
                "count them)",
                o.width) +
            "\n";
@@ -281,7 +278,20 @@ std::string Summary(const Result& r, const SummaryOptions& o) {
            "\n";
     AddGroups(out, after_stop, o);
   }
-  return out;
+
+  // Every line fits the width, but those that name a path or a digest: cut,
+  // they would be of no use.
+  std::string fitted;
+  for (size_t at = 0; at < out.size();) {
+    size_t end = out.find('\n', at);
+    if (end == std::string::npos) end = out.size();
+    const std::string_view line(out.data() + at, end - at);
+    const bool whole = line.starts_with("Report:") || line.starts_with("SHA-256:");
+    fitted += whole ? std::string(line) : Fit(line, o.width);
+    fitted += '\n';
+    at = end + 1;
+  }
+  return fitted;
 }
 
 }  // namespace volp::cli
