@@ -1,14 +1,16 @@
 // The pieces of the command line's summary that decide what a person reads:
 // how a line is fitted, when colours are used, what a stopped run says, how
 // findings are grouped, how a batch's status is made.
+#include "cli_summary.hpp"
+
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "cli_batch.hpp"
 #include "cli_input.hpp"
-#include "cli_summary.hpp"
 #include "cli_terminal.hpp"
 
 namespace volp::cli {
@@ -41,6 +43,19 @@ TEST(CliTerminal, FitCutsAtCharactersNotBytesAndLeavesEscapesWhole) {
   }
 }
 
+TEST(CliTerminal, WrapBreaksAtSpacesAndIndentsTheRest) {
+  const std::vector<std::tuple<std::string, int, int, std::string>> cases = {
+      {"Read:     short", 40, 10, "Read:     short\n"},
+      {"   indented text", 12, 3, "   indented\n   text\n"},
+      {"aaa bbb ccc ddd", 7, 2, "aaa bbb\n  ccc\n  ddd\n"},
+      // A word longer than a line is cut, not lost.
+      {"a bbbbbbbbbb c", 6, 1, "a\n bbbb" + kEllipsis + "\n c\n"},
+  };
+  for (const auto& [in, width, indent, out] : cases) {
+    EXPECT_EQ(Wrap(in, width, indent), out) << in;
+  }
+}
+
 TEST(CliTerminal, WidthComesFromTheTerminalThenColumnsThenADefault) {
   struct Case {
     int terminal;
@@ -48,9 +63,15 @@ TEST(CliTerminal, WidthComesFromTheTerminalThenColumnsThenADefault) {
     int width;
   };
   const std::vector<Case> cases = {
-      {120, "60", 120},          {0, "60", 60},   {0, nullptr, kDefaultWidth},
-      {0, "", kDefaultWidth},    {0, "abc", kDefaultWidth}, {0, "80x", kDefaultWidth},
-      {0, "-5", kDefaultWidth},  {0, "10", kMinWidth},      {20, nullptr, kMinWidth},
+      {120, "60", 120},
+      {0, "60", 60},
+      {0, nullptr, kDefaultWidth},
+      {0, "", kDefaultWidth},
+      {0, "abc", kDefaultWidth},
+      {0, "80x", kDefaultWidth},
+      {0, "-5", kDefaultWidth},
+      {0, "10", kMinWidth},
+      {20, nullptr, kMinWidth},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(ChooseWidth(c.terminal, c.columns), c.width)
@@ -90,7 +111,10 @@ TEST(CliSummary, TemplatesShowTheirPlaceholdersAsEllipses) {
 }
 
 TEST(CliSummary, ControlBytesOfTheFileCannotReachTheTerminal) {
-  EXPECT_EQ(ForTerminal(std::string("a\x1b[2Jb\x9b" "c\x07\xe9", 10)), "a?[2Jb?c?\xC3\xA9");
+  EXPECT_EQ(ForTerminal(std::string("a\x1b[2Jb\x9b"
+                                    "c\x07\xe9",
+                                    10)),
+            "a?[2Jb?c?\xC3\xA9");
 }
 
 Finding MakeFinding(int64_t line, const std::string& code, int severity, bool follows_stop) {
@@ -106,11 +130,9 @@ Finding MakeFinding(int64_t line, const std::string& code, int severity, bool fo
 TEST(CliSummary, GroupsKeepTheFirstExamplesAndSetTheStopsFindingsApart) {
   Result r;
   r.findings = {
-      MakeFinding(1, "A", 1, false),  MakeFinding(2, "B", 2, false),
-      MakeFinding(3, "A", 1, false),  MakeFinding(4, "C", 2, false),
-      MakeFinding(5, "B", 2, false),  MakeFinding(6, "B", 2, false),
-      MakeFinding(0, "D", 2, true),   MakeFinding(0, "", 2, false),
-      MakeFinding(9, "", 2, false),
+      MakeFinding(1, "A", 1, false), MakeFinding(2, "B", 2, false), MakeFinding(3, "A", 1, false),
+      MakeFinding(4, "C", 2, false), MakeFinding(5, "B", 2, false), MakeFinding(6, "B", 2, false),
+      MakeFinding(0, "D", 2, true),  MakeFinding(0, "", 2, false),  MakeFinding(9, "", 2, false),
   };
   r.findings[7].message = "sem código";
   r.findings[8].message = "outro";
@@ -178,7 +200,7 @@ TEST(CliSummary, CompletenessSaysHowFarAndWhy) {
 
 TEST(CliInput, StemsAreTheNameLessGzAndLessItsLastExtension) {
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {"dir/x.txt", "x"},     {"x.txt.gz", "x"},     {"lote.2025/decl", "decl"},
+      {"dir/x.txt", "x"},     {"x.txt.gz", "x"},          {"lote.2025/decl", "decl"},
       {"a.b.c.txt", "a.b.c"}, {".oculto.txt", ".oculto"}, {"sem", "sem"},
   };
   for (const auto& [path, stem] : cases) EXPECT_EQ(StemOf(path), stem) << path;

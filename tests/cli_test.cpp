@@ -185,7 +185,7 @@ TEST(Cli, FindingsAreGroupedByCodeWithTheFirstExamplesAndQuietPrintsNothing) {
   ASSERT_EQ(row.size(), 4u) << limited.out;
   const long long transactions = row[0];
   EXPECT_GT(transactions, 2);
-  EXPECT_NE(limited.out.find("Findings by message code (1 codes; the first 2 of each"),
+  EXPECT_NE(limited.out.find("Findings by message code (1 code; the first 2 of each"),
             std::string::npos)
       << limited.out;
   EXPECT_TRUE(LineStartingWith(limited.out, "  " + std::to_string(transactions) + " errors ")

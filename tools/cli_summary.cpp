@@ -189,9 +189,9 @@ std::string Summary(const Result& r, const SummaryOptions& o) {
     if (o.decompressed) out += " (of the decompressed bytes)";
     out += "\n";
   }
-  // Painted after fitting (see AddGroups).
-  const std::string read = Fit("Read:     " + Completeness(r), o.width).substr(10);
-  out += "Read:     " + (r.read_whole_file() ? read : st.Yellow(read)) + "\n";
+  // Wrapped, since the reason comes last; painted after (see AddGroups).
+  const std::string read = Wrap("Read:     " + Completeness(r), o.width, 10);
+  out += "Read:     " + (r.read_whole_file() ? read.substr(10) : st.Yellow(read.substr(10)));
   out += "Time:     " + Timing(r) + "\n";
 
   // Findings that follow from an early stop are the stop's, not the file's:
@@ -205,27 +205,25 @@ std::string Summary(const Result& r, const SummaryOptions& o) {
          "   rejected lines: " + Thousands(r.rejected_lines) +
          "   unknown record types: " + Thousands(r.unknown_records) + "\n";
   if (after[0] + after[1] != 0) {
-    out += Fit("          and " + Thousands(after[0]) + " errors, " + Thousands(after[1]) +
-                   " warnings that follow from the stop (listed apart)",
-               o.width) +
-           "\n";
+    out += Wrap("          and " + Thousands(after[0]) + " errors, " + Thousands(after[1]) +
+                    " warnings that follow from the stop (listed apart)",
+                o.width, 10);
   }
 
   const std::string verdict = Verdict(r);
   if (!r.read_whole_file()) {
     out += "Verdict:  " + st.Yellow(verdict) + "\n";
-    out += Fit("          on lines 1 to " + Thousands(r.last_line) +
-                   " only: no verdict on the whole file",
-               o.width) +
-           "\n";
+    out += Wrap(
+        "          on lines 1 to " + Thousands(r.last_line) + " only: no verdict on the whole file",
+        o.width, 10);
   } else {
     out += "Verdict:  " + (r.errors == 0 ? st.Green(verdict) : st.Red(verdict)) + "\n";
   }
   if (r.errors != 0 && r.rejected_lines == 0) {
-    out += Fit("          (the errors stand on no record line, so the report's verdict does not "
-               "count them)",
-               o.width) +
-           "\n";
+    out += Wrap(
+        "          (the errors stand on no record line, so the report's verdict does not count "
+        "them)",
+        o.width, 10);
   }
 
   // Per-type counts, only for the types that have findings, plus the
@@ -262,20 +260,20 @@ std::string Summary(const Result& r, const SummaryOptions& o) {
       o.examples > 0 ? "; the first " + std::to_string(o.examples) + " of each" : "";
   const std::vector<FindingGroup> found = GroupFindings(r, false, o.examples);
   if (!found.empty()) {
-    out += "\n" +
-           st.Bold(Fit("Findings by message code (" + std::to_string(found.size()) + " codes" +
-                           each + "; all in the report):",
-                       o.width)) +
-           "\n";
+    out +=
+        "\n" +
+        st.Bold(Fit("Findings by message code (" + std::to_string(found.size()) +
+                        (found.size() == 1 ? " code" : " codes") + each + "; all in the report):",
+                    o.width)) +
+        "\n";
     AddGroups(out, found, o);
   }
   const std::vector<FindingGroup> after_stop = GroupFindings(r, true, o.examples);
   if (!after_stop.empty()) {
-    out += "\n" +
-           st.Bold(Fit("After the stop: found by the end-of-file checks on a file read only in "
-                       "part; they may only say that the part not read was not checked",
-                       o.width)) +
-           "\n";
+    out +=
+        "\n" + st.Bold(Wrap("After the stop: found by the end-of-file checks on a file read only "
+                            "in part; they may only say that the part not read was not checked",
+                            o.width, 2));
     AddGroups(out, after_stop, o);
   }
 

@@ -127,6 +127,31 @@ std::string Fit(std::string_view s, int width) {
   return out;
 }
 
+std::string Wrap(std::string_view s, int width, int indent) {
+  std::string out;
+  const std::string pad(static_cast<size_t>(std::max(indent, 0)), ' ');
+  // The first line keeps the text's own leading spaces.
+  size_t at = std::min(s.find_first_not_of(' '), s.size());
+  const std::string lead(at, ' ');
+  std::string line = lead;
+  while (at < s.size()) {
+    size_t end = s.find(' ', at);
+    if (end == std::string_view::npos) end = s.size();
+    const std::string_view word = s.substr(at, end - at);
+    const bool first_word = line == lead || line == pad;
+    if (!first_word && Columns(line) + 1 + Columns(word) > width) {
+      out += Fit(line, width) + "\n";
+      line = pad;
+    } else if (!first_word) {
+      line += ' ';
+    }
+    line += word;
+    at = end + 1;
+  }
+  out += Fit(line, width) + "\n";
+  return out;
+}
+
 std::string Thousands(int64_t n) {
   std::string digits = std::to_string(n);
   if (n < 0) digits.erase(0, 1);

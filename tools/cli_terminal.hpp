@@ -53,6 +53,11 @@ int Columns(std::string_view utf8);
 // "…". Cuts at a character boundary, never inside an escape sequence.
 std::string Fit(std::string_view utf8, int width);
 
+// `utf8` (without escape sequences) broken at spaces into lines of at most
+// `width` columns, each after the first starting with `indent` spaces; a
+// word longer than a line is cut with Fit. Every line ends in "\n".
+std::string Wrap(std::string_view utf8, int width, int indent);
+
 // "1,234,567".
 std::string Thousands(int64_t n);
 
