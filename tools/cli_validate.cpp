@@ -606,19 +606,23 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
       ->check(CLI::NonNegativeNumber);
   cmd->add_option("--report-dir", settings->report_dir,
                   "Put every report (XML, rcad, JSON, HTML) in DIR, named after the input; DIR "
-                  "is made when missing. Needed for -");
+                  "is made when missing. Needed for -")
+      ->type_name("DIR");
   cmd->add_option("--json", settings->json,
                   "Write the JSON report to OUT (- = standard output; the summary then goes to "
-                  "stderr). With several files: a directory");
+                  "stderr). With several files: a directory")
+      ->type_name("OUT");
   cmd->add_option("--json-findings", settings->json_findings,
                   "The JSON report lists the findings in groups (default) or all of them too")
       ->check(CLI::IsMember({"groups", "all"}));
   cmd->add_option("--html", settings->html,
                   "Write the HTML report (one self-contained page) to OUT. With several files: a "
-                  "directory");
+                  "directory")
+      ->type_name("OUT");
   cmd->add_option("--name", settings->name,
                   "The name of standard input's reports (default \"stdin\"): "
-                  "<report-dir>/<name>.validacao.xml");
+                  "<report-dir>/<name>.validacao.xml")
+      ->type_name("NAME");
   cmd->add_option("--color", settings->color,
                   "Colours in the summary: auto (on a terminal, unless NO_COLOR is set), always, "
                   "never")
