@@ -37,15 +37,15 @@ int WorstStatus(int a, int b) { return std::max(a, b); }
 
 std::string BatchTable(const std::vector<BatchRow>& rows, int width, const Style& style) {
   // Everything but the file name takes a fixed width.
-  constexpr int kVerdict = 10, kRead = 6, kNumber = 10, kTime = 9;
-  constexpr int kFixed = 2 + kVerdict + 1 + kRead + 3 * (1 + kNumber) + 1 + kTime;
+  constexpr int kVerdict = 9, kRead = 5, kCount = 8, kLines = 11, kTime = 8;
+  constexpr int kFixed = 2 + kVerdict + 1 + kRead + 2 * (1 + kCount) + 1 + kLines + 1 + kTime;
   int name = 4;
   for (const BatchRow& r : rows) name = std::max(name, Columns(r.file));
   name = std::max(std::min(name, width - kFixed - 1), 8);
 
   std::string out = PadRight("file", name) + "  " + PadRight("verdict", kVerdict) + " " +
-                    PadRight("read", kRead) + " " + PadLeft("errors", kNumber) + " " +
-                    PadLeft("warnings", kNumber) + " " + PadLeft("lines", kNumber) + " " +
+                    PadRight("read", kRead) + " " + PadLeft("errors", kCount) + " " +
+                    PadLeft("warnings", kCount) + " " + PadLeft("lines", kLines) + " " +
                     PadLeft("time", kTime);
   out = style.Bold(out) + "\n";
   for (const BatchRow& r : rows) {
@@ -60,8 +60,8 @@ std::string BatchTable(const std::vector<BatchRow>& rows, int width, const Style
     char time[32] = "-";
     if (r.seconds >= 0) std::snprintf(time, sizeof time, "%.2f s", r.seconds);
     out += PadRight(FitFromLeft(r.file, name), name) + "  " + verdict + " " +
-           PadRight(r.read, kRead) + " " + PadLeft(Count(r.errors), kNumber) + " " +
-           PadLeft(Count(r.warnings), kNumber) + " " + PadLeft(Count(r.lines), kNumber) + " " +
+           PadRight(r.read, kRead) + " " + PadLeft(Count(r.errors), kCount) + " " +
+           PadLeft(Count(r.warnings), kCount) + " " + PadLeft(Count(r.lines), kLines) + " " +
            PadLeft(time, kTime) + "\n";
   }
   return out;

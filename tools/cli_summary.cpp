@@ -200,10 +200,11 @@ std::string Summary(const Result& r, const SummaryOptions& o) {
   for (const Finding& f : r.findings) {
     if (f.follows_stop) ++after[f.severity == 1 ? 1 : 0];
   }
-  out += "Errors:   " + Thousands(r.errors - after[0]) +
-         "   warnings: " + Thousands(r.warnings - after[1]) +
-         "   rejected lines: " + Thousands(r.rejected_lines) +
-         "   unknown record types: " + Thousands(r.unknown_records) + "\n";
+  out += Wrap("Errors:   " + Thousands(r.errors - after[0]) +
+                  "   warnings: " + Thousands(r.warnings - after[1]) +
+                  "   rejected lines: " + Thousands(r.rejected_lines) +
+                  "   unknown record types: " + Thousands(r.unknown_records),
+              o.width, 10);
   if (after[0] + after[1] != 0) {
     out += Wrap("          and " + Thousands(after[0]) + " errors, " + Thousands(after[1]) +
                     " warnings that follow from the stop (listed apart)",
@@ -260,12 +261,11 @@ std::string Summary(const Result& r, const SummaryOptions& o) {
       o.examples > 0 ? "; the first " + std::to_string(o.examples) + " of each" : "";
   const std::vector<FindingGroup> found = GroupFindings(r, false, o.examples);
   if (!found.empty()) {
+    out += '\n';
     out +=
-        "\n" +
-        st.Bold(Fit("Findings by message code (" + std::to_string(found.size()) +
-                        (found.size() == 1 ? " code" : " codes") + each + "; all in the report):",
-                    o.width)) +
-        "\n";
+        st.Bold(Wrap("Findings by message code (" + std::to_string(found.size()) +
+                         (found.size() == 1 ? " code" : " codes") + each + "; all in the report):",
+                     o.width, 2));
     AddGroups(out, found, o);
   }
   const std::vector<FindingGroup> after_stop = GroupFindings(r, true, o.examples);

@@ -81,11 +81,16 @@ bool UseColor(ColorMode mode, bool is_terminal, const char* no_color_env) {
 
 std::string Style::Wrap(const char* sgr, std::string_view s) const {
   if (!on) return std::string(s);
+  // A text that ends its line gets the reset before the line end, so that
+  // the style never spills into the next line.
+  const bool newline = !s.empty() && s.back() == '\n';
+  if (newline) s.remove_suffix(1);
   std::string out = "\x1b[";
   out += sgr;
   out += 'm';
   out += s;
   out += "\x1b[0m";
+  if (newline) out += '\n';
   return out;
 }
 
