@@ -4,6 +4,7 @@
 #                          source package under build/)
 #   VOLP_GTEST_SOURCE_DIR  GoogleTest's sources (libgtest-dev ships them)
 #   VOLP_CLI11_INCLUDE_DIR the directory holding CLI/CLI.hpp (header-only)
+# and zlib from Debian's libz-mingw-w64-dev, linked statically.
 enable_language(RC)
 
 set(VOLP_ABSL_SOURCE_DIR "" CACHE PATH "abseil source tree for the Windows build")
@@ -39,3 +40,7 @@ file(COPY "${VOLP_CLI11_INCLUDE_DIR}/CLI" DESTINATION "${CMAKE_BINARY_DIR}/_deps
 add_library(volp_cli11 INTERFACE)
 target_include_directories(volp_cli11 SYSTEM INTERFACE "${CMAKE_BINARY_DIR}/_deps/cli11/include")
 add_library(CLI11::CLI11 ALIAS volp_cli11)
+
+# The CLI's gzip input: zlib linked statically, so that volp.exe needs no
+# zlib1.dll beside it.
+find_library(ZLIB_LIBRARY NAMES libz.a z)

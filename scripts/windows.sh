@@ -22,7 +22,7 @@ esac
 source scripts/deps.sh
 # The Linux build is the reference of the comparison.
 VOLP_PACKAGES+=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64
-  dpkg-dev xz-utils)
+  dpkg-dev xz-utils libz-mingw-w64-dev)
 volp_install_missing
 
 deps="$root/build/windows-deps"

@@ -60,12 +60,12 @@ HANDLE OpenForChild(const std::string& path, bool write) {
 }  // namespace
 
 bool Child::Start(const std::string& exe, const std::vector<std::string>& args,
-                  const std::string& cwd, const std::string& out_path,
-                  const std::string& err_path) {
+                  const std::string& cwd, const std::string& out_path, const std::string& err_path,
+                  const std::string& in_path) {
   std::vector<std::string> argv = {exe};
   argv.insert(argv.end(), args.begin(), args.end());
   std::string line = WindowsCommandLine(argv);
-  HANDLE in = OpenForChild("NUL", false);
+  HANDLE in = OpenForChild(in_path.empty() ? "NUL" : in_path, false);
   HANDLE out = OpenForChild(out_path, true);
   HANDLE err = OpenForChild(err_path, true);
   STARTUPINFOA si{};
@@ -101,8 +101,8 @@ void Child::Signal(int) {}
 #else
 
 bool Child::Start(const std::string& exe, const std::vector<std::string>& args,
-                  const std::string& cwd, const std::string& out_path,
-                  const std::string& err_path) {
+                  const std::string& cwd, const std::string& out_path, const std::string& err_path,
+                  const std::string& in_path) {
   std::vector<std::string> copy = {exe};
   copy.insert(copy.end(), args.begin(), args.end());
   std::vector<char*> argv;
@@ -110,7 +110,8 @@ bool Child::Start(const std::string& exe, const std::vector<std::string>& args,
   argv.push_back(nullptr);
   posix_spawn_file_actions_t fa;
   posix_spawn_file_actions_init(&fa);
-  posix_spawn_file_actions_addopen(&fa, 0, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&fa, 0, in_path.empty() ? "/dev/null" : in_path.c_str(),
+                                   O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&fa, 1, out_path.c_str(),
                                    O_WRONLY | O_CREAT | O_TRUNC | O_NOCTTY, 0600);
   posix_spawn_file_actions_addopen(&fa, 2, err_path.c_str(),
@@ -143,9 +144,10 @@ void Child::Signal(int signal_number) {
 Child::~Child() { Wait(); }
 
 int RunProgram(const std::string& exe, const std::vector<std::string>& args, const std::string& cwd,
-               const std::string& out_path, const std::string& err_path) {
+               const std::string& out_path, const std::string& err_path,
+               const std::string& in_path) {
   Child child;
-  if (!child.Start(exe, args, cwd, out_path, err_path)) return -1;
+  if (!child.Start(exe, args, cwd, out_path, err_path, in_path)) return -1;
   return child.Wait();
 }
 

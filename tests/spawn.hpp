@@ -16,9 +16,11 @@ class Child {
 
   // Starts `exe` with `args` in `cwd` (empty: the current directory), its
   // output and errors going to the files `out_path` and `err_path` (created;
-  // an existing file such as a terminal device is opened as it is).
+  // an existing file such as a terminal device is opened as it is), its
+  // input read from `in_path` (empty: an empty input).
   bool Start(const std::string& exe, const std::vector<std::string>& args, const std::string& cwd,
-             const std::string& out_path, const std::string& err_path);
+             const std::string& out_path, const std::string& err_path,
+             const std::string& in_path = "");
   // Waits for the end: the exit status, 128 + the signal's number when a
   // signal ended it, -1 when it never started.
   int Wait();
@@ -33,7 +35,8 @@ class Child {
 
 // Runs a program to its end; its exit status as Child::Wait gives it.
 int RunProgram(const std::string& exe, const std::vector<std::string>& args, const std::string& cwd,
-               const std::string& out_path, const std::string& err_path);
+               const std::string& out_path, const std::string& err_path,
+               const std::string& in_path = "");
 
 // The command line of a Windows program: each argument quoted so that the
 // C runtime hands it back unchanged (exposed for its test).

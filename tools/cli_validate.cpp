@@ -20,12 +20,14 @@
 #include <memory>
 #include <system_error>
 
+#include "cli_batch.hpp"
 #include "cli_data.hpp"
+#include "cli_input.hpp"
 #include "cli_progress.hpp"
+#include "cli_summary.hpp"
+#include "cli_terminal.hpp"
+#include "volp/reports.hpp"
 
-#ifndef VOLP_DATA_DIR
-#define VOLP_DATA_DIR ""
-#endif
 #ifndef VOLP_SOURCE_DATA_DIR
 #define VOLP_SOURCE_DATA_DIR ""
 #endif
@@ -63,6 +65,8 @@ BOOL WINAPI OnConsoleEvent(DWORD event) {
   if (event == CTRL_C_EVENT && g_stop.load()) {
     // The second Ctrl-C: the default handler ends the process.
     if (g_working_file[0] != '\0') DeleteFileA(g_working_file);
+    if (g_spool_file[0] != '\0') DeleteFileA(g_spool_file);
+    if (g_spool_dir[0] != '\0') RemoveDirectoryA(g_spool_dir);
     return FALSE;
   }
   const bool was_stopping = g_stop.exchange(true);
@@ -97,6 +101,8 @@ extern "C" void OnInterrupt(int signal_number) {
     // without leaving the working file behind. unlink, signal and raise are
     // async-signal-safe.
     if (g_working_file[0] != '\0') unlink(g_working_file);
+    if (g_spool_file[0] != '\0') unlink(g_spool_file);
+    if (g_spool_dir[0] != '\0') rmdir(g_spool_dir);
     std::signal(SIGINT, SIG_DFL);
     std::raise(SIGINT);
     return;
@@ -148,85 +154,320 @@ std::string TablePath(const TableChoice& choice) {
   return (fs::path(choice.dir) / kTableFile).string() + " (" + SourceName(choice.source) + ")";
 }
 
-std::string Verdict(const Result& r) {
-  // The same verdict as the report's <SituacaoArquivo>.
-  std::string v =
-      r.rejected_lines != 0 ? "Arquivo possui registros rejeitados" : "Arquivo validado";
-  if (r.cancelled) v += " - Validação Cancelada";
-  return v;
-}
-
-const char* SeverityWord(int severity) { return severity == 1 ? "warning" : "error"; }
-
-void Appendf(std::string& out, const char* fmt, long long a, long long b = 0, long long c = 0,
-             long long d = 0) {
-  char buf[160];
-  std::snprintf(buf, sizeof buf, fmt, a, b, c, d);
-  out += buf;
-}
-
 struct Settings {
-  std::string file;
+  std::vector<std::string> files;
   std::string today;
   std::string tables;
   std::string log_dir;
   int log_level = 0;
-  int findings = 20;
+  int examples = 3;
   bool quiet = false;
+  std::string json;
+  std::string json_findings = "groups";
+  std::string html;
+  std::string report_dir;
+  std::string name;
+  std::string color = "auto";
 };
 
-int RunValidate(const Settings& s, bool log_requested) {
-  std::error_code ec;
-  if (fs::is_directory(s.file, ec)) {
-    std::fprintf(stderr, "volp: %s is a directory, not a declaration file\n", s.file.c_str());
-    return kExitNotDone;
+// What every file of one command shares.
+struct Batch {
+  const Settings* s = nullptr;
+  bool log_requested = false;
+  bool several = false;  // several inputs: --json/--html name directories
+  TableChoice tables;
+  std::FILE* human = stdout;  // stderr when stdout carries the JSON report
+  SummaryOptions summary;
+};
+
+// File names come from the command line or a directory listing: shown as
+// they are, less the control bytes that could drive the terminal.
+std::string SafeName(std::string name) {
+  for (char& c : name) {
+    const auto b = static_cast<unsigned char>(c);
+    if (b < 0x20 || b == 0x7F) c = '?';
+  }
+  return name;
+}
+
+void CopyName(char (&to)[4096], const std::string& from) {
+  const size_t n = std::min(from.size(), sizeof to - 1);
+  std::memcpy(to, from.data(), n);
+  to[n] = '\0';
+}
+
+bool EndsWith(const std::string& s, const std::string& tail) {
+  return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+// The report stem's file name, from where the XML report went.
+std::string ReportBase(const Result& r) {
+  std::string base = fs::path(r.report_path).filename().string();
+  const std::string tail = ".validacao.xml";
+  if (EndsWith(base, tail)) base.resize(base.size() - tail.size());
+  return base;
+}
+
+// Writes one JSON or HTML report: to standard output for "-", else in one
+// step to its place. False (and a message) when it could not be written.
+bool WriteReport(const std::string& path, const std::string& bytes, const char* what) {
+  if (path == "-") {
+    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size() ||
+        std::fflush(stdout) != 0) {
+      std::fprintf(stderr, "volp: could not write the %s report to standard output: %s\n", what,
+                   std::strerror(errno));
+      return false;
+    }
+    return true;
+  }
+  std::string error;
+  if (!WriteFileAtomically(path, bytes, &error)) {
+    std::fprintf(stderr, "volp: could not write the %s report %s: %s\n", what,
+                 SafeName(path).c_str(), SafeName(error).c_str());
+    return false;
+  }
+  return true;
+}
+
+BatchRow RunOne(const Input& input, const Batch& b) {
+  const Settings& s = *b.s;
+  const bool from_stdin = input.path == "-";
+  BatchRow row;
+  row.file = from_stdin ? "-" : SafeName(input.path);
+  row.verdict = "not done";
+  row.read = "-";
+  row.status = kExitNotDone;
+  if (!input.problem.empty()) {
+    std::fprintf(stderr, "volp: %s: %s\n", row.file.c_str(), input.problem.c_str());
+    return row;
   }
 
-  const TableChoice tables =
-      FindTables(s.tables, InstalledDataDir(kTableFile), VOLP_SOURCE_DATA_DIR);
+  // A stream or gzip data is validated through a plain temporary copy, the
+  // reports named after the original.
+  const bool gzip = !from_stdin && IsGzip(input.path);
+  std::string stem;
+  if (from_stdin) {
+    stem = (fs::path(s.report_dir) / (s.name.empty() ? "stdin" : s.name)).string();
+  } else if (!s.report_dir.empty()) {
+    stem = (fs::path(s.report_dir) / StemOf(input.path)).string();
+  } else if (gzip) {
+    // Beside the input, as if it were the file without ".gz".
+    std::string plain = input.path;
+    if (EndsWith(plain, ".gz")) plain.resize(plain.size() - 3);
+    stem = ReportPath(plain);
+    stem.resize(stem.size() - std::string(".validacao.xml").size());
+  }
+  Spool spool;
+  std::string path = input.path;
+  if (from_stdin || gzip) {
+    std::string error;
+    const std::string spool_stem =
+        from_stdin ? (s.name.empty() ? "stdin" : s.name) : StemOf(input.path);
+    if (!spool.Fill(input.path, s.report_dir, spool_stem, &g_stop, &error)) {
+      std::fprintf(stderr, "volp: %s\n", SafeName(error).c_str());
+      if (g_stop.load()) row.verdict = "cancelled";
+      return row;
+    }
+    path = spool.path();
+  }
+
   Options options;
   options.today = s.today;
   options.log_level = s.log_level;
-  options.log_file = log_requested;
+  options.log_file = b.log_requested;
   options.log_dir = s.log_dir.empty() ? "." : s.log_dir;
   // Not found anywhere: leave the current directory to the library, whose
   // E#C message names the file it could not open.
-  options.tables_dir = tables.source == TableSource::kNotFound ? "" : tables.dir;
+  options.tables_dir = b.tables.source == TableSource::kNotFound ? "" : b.tables.dir;
   options.stop = &g_stop;
-
-  // From here on Ctrl-C asks for a clean stop (the header below tells a
-  // watching process that the handler is in place).
-  g_stop.store(false);
-  std::snprintf(g_working_file, sizeof g_working_file, "%s.parcial", ReportPath(s.file).c_str());
-  InstallInterruptHandler();
+  options.report_stem = stem;
+  CopyName(g_working_file,
+           (stem.empty() ? ReportPath(path) : stem + ".validacao.xml") + ".parcial");
 
   if (!s.quiet) {
-    std::printf("File:     %s\n", s.file.c_str());
-    std::printf("Tables:   %s\n", TablePath(tables).c_str());
-    if (log_requested) {
-      std::printf("Log:      %s/log_VOLP_%d/\n", options.log_dir.c_str(), ProcessIdNow());
+    std::string shown = from_stdin ? "standard input" : row.file;
+    if (spool.decompressed()) shown += " (gzip: validated decompressed, through a temporary copy)";
+    std::fprintf(b.human, "File:     %s\n", shown.c_str());
+    std::fprintf(b.human, "Tables:   %s\n", TablePath(b.tables).c_str());
+    if (b.log_requested) {
+      std::fprintf(b.human, "Log:      %s/log_VOLP_%d/\n", options.log_dir.c_str(), ProcessIdNow());
     }
-    std::fflush(stdout);
+    std::fflush(b.human);
   }
 
   // Only files big enough to take a while get a bar, and only on a terminal.
   std::error_code size_ec;
-  const auto size = fs::file_size(s.file, size_ec);
+  const auto size = fs::file_size(path, size_ec);
   const bool bar_on =
       !s.quiet && StderrIsTerminal() && !size_ec && static_cast<int64_t>(size) >= kProgressMinBytes;
   auto bar = std::make_shared<ProgressBar>(stderr, bar_on);
   options.progress = [bar](int64_t read, int64_t total) { bar->Update(read, total); };
 
-  const Result result = Validate(s.file, options);
-  RemoveInterruptHandler();
+  const Result result = Validate(path, options);
   bar->Finish();
+  g_working_file[0] = '\0';
 
-  const int status = ExitStatus(result);
+  row.status = ExitStatus(result);
   if (!result.completed) {
     std::fprintf(stderr, "volp: the run could not be done: %s\n",
                  ForTerminal(result.failure.empty() ? "unknown failure" : result.failure).c_str());
+    return row;
   }
-  if (!s.quiet && result.completed) std::fputs(Summary(result, s.findings).c_str(), stdout);
+  row.verdict = result.cancelled ? "cancelled" : result.errors != 0 ? "errors" : "valid";
+  row.read =
+      result.read_whole_file()
+          ? "whole"
+          : std::to_string(result.file_size > 0
+                               ? std::min<int64_t>(result.bytes_read * 100 / result.file_size, 99)
+                               : 0) +
+                "%";
+  row.errors = result.errors;
+  row.warnings = result.warnings;
+  row.lines = result.last_line;
+  row.seconds = result.elapsed_seconds;
+
+  // The reports for programs and for the browser, from the run's own
+  // result: never from the text of any report.
+  ReportOptions report;
+  report.input_name = from_stdin ? (s.name.empty() ? "stdin" : s.name) : input.path;
+  report.decompressed = spool.decompressed();
+  report.all_findings = s.json_findings == "all";
+  auto place = [&](const std::string& out, const char* ext) {
+    return b.several ? (fs::path(out) / (ReportBase(result) + ext)).string() : out;
+  };
+  if (!s.json.empty() &&
+      !WriteReport(place(s.json, ".validacao.json"), JsonReport(result, report), "JSON")) {
+    row.status = kExitNotDone;
+  }
+  if (!s.html.empty() &&
+      !WriteReport(place(s.html, ".validacao.html"), HtmlReport(result, report), "HTML")) {
+    row.status = kExitNotDone;
+  }
+
+  if (!s.quiet) {
+    SummaryOptions summary = b.summary;
+    summary.decompressed = spool.decompressed();
+    std::fputs(Summary(result, summary).c_str(), b.human);
+    std::fflush(b.human);
+  }
+  return row;
+}
+
+// Checks what cannot be known one file at a time; a message and false when
+// the command cannot be done as given.
+bool CheckCommand(const Settings& s, const std::vector<Input>& inputs, bool several) {
+  int stdin_count = 0;
+  for (const Input& in : inputs) stdin_count += in.path == "-" ? 1 : 0;
+  auto refuse = [](const std::string& why) {
+    std::fprintf(stderr, "volp: %s\n", why.c_str());
+    return false;
+  };
+  if (stdin_count > 1) return refuse("standard input (-) can be read only once");
+  if (stdin_count == 1 && s.report_dir.empty()) {
+    return refuse(
+        "reading standard input (-) needs --report-dir DIR: its reports are named "
+        "DIR/<name>.validacao.xml (--name NAME, default \"stdin\")");
+  }
+  if (!s.name.empty()) {
+    if (stdin_count == 0) return refuse("--name names the reports of standard input (-) only");
+    if (s.name == "." || s.name == ".." || s.name.find_first_of("/\\") != std::string::npos) {
+      return refuse("--name takes a plain file name, without a directory");
+    }
+  }
+  if (several && s.json == "-") {
+    return refuse("--json - writes one report: with several files, give --json DIR");
+  }
+  // Two inputs whose reports would take the same name in one directory.
+  if (several && (!s.report_dir.empty() || !s.json.empty() || !s.html.empty())) {
+    std::vector<std::string> stems;
+    for (const Input& in : inputs) {
+      if (in.problem.empty() && !s.report_dir.empty()) {
+        stems.push_back(in.path == "-" ? (s.name.empty() ? "stdin" : s.name) : StemOf(in.path));
+      }
+    }
+    std::sort(stems.begin(), stems.end());
+    const auto twin = std::adjacent_find(stems.begin(), stems.end());
+    if (twin != stems.end()) {
+      return refuse(
+          "two inputs would write their reports under one name in the report "
+          "directory: " +
+          SafeName(*twin));
+    }
+  }
+  return true;
+}
+
+bool MakeDirectory(const std::string& dir, const char* what) {
+  std::error_code ec;
+  fs::create_directories(dir, ec);
+  if (ec || !fs::is_directory(dir, ec)) {
+    std::fprintf(stderr, "volp: cannot make the %s %s: %s\n", what, SafeName(dir).c_str(),
+                 ec ? ec.message().c_str() : "not a directory");
+    return false;
+  }
+  return true;
+}
+
+int RunValidate(const Settings& s, bool log_requested) {
+  const std::vector<Input> inputs = ExpandInputs(s.files);
+  bool several = inputs.size() > 1;
+  for (const std::string& f : s.files) {
+    std::error_code ec;
+    if (f != "-" && fs::is_directory(f, ec)) several = true;
+  }
+  if (!CheckCommand(s, inputs, several)) return kExitNotDone;
+  if (!s.report_dir.empty() && !MakeDirectory(s.report_dir, "report directory")) {
+    return kExitNotDone;
+  }
+  if (several) {
+    if (!s.json.empty() && !MakeDirectory(s.json, "JSON report directory")) return kExitNotDone;
+    if (!s.html.empty() && !MakeDirectory(s.html, "HTML report directory")) return kExitNotDone;
+  }
+
+  Batch b;
+  b.s = &s;
+  b.log_requested = log_requested;
+  b.several = several;
+  b.tables = FindTables(s.tables, InstalledDataDir(kTableFile), VOLP_SOURCE_DATA_DIR);
+  // With the JSON report on standard output, the summary goes to stderr.
+  b.human = s.json == "-" ? stderr : stdout;
+  const ColorMode mode = s.color == "always"  ? ColorMode::kAlways
+                         : s.color == "never" ? ColorMode::kNever
+                                              : ColorMode::kAuto;
+  b.summary.style.on = UseColor(mode, IsTerminal(b.human), std::getenv("NO_COLOR"));
+  b.summary.width = TerminalWidth(b.human);
+  b.summary.examples = s.examples;
+
+  // From here on Ctrl-C asks for a clean stop: the file being validated
+  // ends as a cancelled run, and the files after it are skipped.
+  g_stop.store(false);
+  InstallInterruptHandler();
+  std::vector<BatchRow> rows;
+  int status = kExitValid;
+  for (const Input& input : inputs) {
+    if (several && !s.quiet && !rows.empty()) std::fputs("\n", b.human);
+    BatchRow row;
+    if (g_stop.load()) {
+      row.file = input.path == "-" ? "-" : SafeName(input.path);
+      row.verdict = "skipped";
+      row.read = "-";
+      row.status = kExitNotDone;
+    } else {
+      row = RunOne(input, b);
+    }
+    status = WorstStatus(status, row.status);
+    rows.push_back(row);
+  }
+  RemoveInterruptHandler();
+
+  if (several && !s.quiet) {
+    std::fputs(("\n" + BatchTable(rows, b.summary.width, b.summary.style)).c_str(), b.human);
+    if (g_stop.load()) {
+      std::fputs("Stopped by Ctrl-C: the file being validated was cancelled, the rest skipped.\n",
+                 b.human);
+    }
+    std::fflush(b.human);
+  }
   return status;
 }
 
@@ -241,21 +482,46 @@ constexpr const char* kValidateFooter = R"(What is checked:
   the monthly minimum of clients identified by CPF, and the line counts of
   blocks 0, 1 and 9 with the per-type totals of the 9900 records.
 
+Inputs:
+  Each FILE is validated in turn. A directory stands for its *.txt and
+  *.txt.gz files (not those of its subdirectories), in name order. Gzip data
+  (known by its first bytes, whatever the name) is decompressed into a
+  temporary copy that is validated and then removed; its size, lines and
+  SHA-256 are those of the decompressed bytes, and the summary says so. "-"
+  reads standard input (plain or gzip) the same way; it needs --report-dir,
+  and its reports are named after --name (default "stdin"). The temporary
+  copy goes in --report-dir, else in the system's temporary directory.
+
 Report:
   <stem>.validacao.xml, where <stem> is FILE up to its last "." (a dot in a
-  directory name counts: lote.2025/decl gives lote.validacao.xml), in
-  ISO 8859-1: every finding with its line, byte position, field and message,
-  the counts per record type, the SHA-256 of the file and the verdict
-  "Arquivo validado" or "Arquivo possui registros rejeitados". While a large
-  file is read, <stem>.validacao.xml.parcial holds a partial report (every
-  100,000 lines, at most every 5 seconds). A file without errors also gets
-  <stem>.rcad.txt, the registration summary.
+  directory name counts: lote.2025/decl gives lote.validacao.xml; x.txt.gz
+  gives x), in ISO 8859-1: every finding with its line, byte position, field
+  and message, the counts per record type, the SHA-256 of the file and the
+  verdict "Arquivo validado" or "Arquivo possui registros rejeitados". While
+  a large file is read, <stem>.validacao.xml.parcial holds a partial report
+  (every 100,000 lines, at most every 5 seconds). A file without errors also
+  gets <stem>.rcad.txt, the registration summary. With --report-dir DIR the
+  reports go to DIR/<name>, <name> being the file name up to its last "."
+  (DIR is made when missing). Take the verdict from the exit status or the
+  JSON report: never by searching the XML report's text, which quotes the
+  file's own contents as they are.
+  --json OUT and --html OUT write the JSON and HTML reports; with several
+  files OUT is a directory (made when missing) that receives
+  <name>.validacao.json and <name>.validacao.html for each file.
 
 Summary:
-  volp prints the verdict, the counters, the counts per record type that has
-  findings and the first findings (--findings N) with line, record type, field
-  and message. A progress bar is drawn on stderr when it is a terminal and the
-  file is large.
+  volp prints whether the whole file was read (if not, the line it stopped at,
+  the share of the file read and why: the 3,000-error limit, too many lines of
+  unknown type, Ctrl-C, a read error), the time and rate, the verdict (for a
+  run that stopped early, said to be on the lines read only), the counts per
+  record type, and the findings grouped by message code with their counts and
+  the first examples of each (--findings N). Findings that the end-of-file
+  checks made after an early stop are listed apart: they follow from the
+  stop, not from the file. Lines are fitted to the terminal's width (else
+  $COLUMNS, else 100); colours only on a terminal when NO_COLOR is not set
+  (--color). A progress bar is drawn on stderr when it is a terminal and the
+  file is large. With several files, a table (file, verdict, share read,
+  errors, warnings, lines, time) ends the output.
 
 Municipality table:
   RELATORIO_DTB_BRASIL_MUNICIPIO.csv is read from --tables DIR when given, else
@@ -265,15 +531,18 @@ Municipality table:
 Stopping a run:
   Ctrl-C (or SIGTERM) asks the run to stop at its next checkpoint (every
   100,000 lines); the report is still written and says "Validação Cancelada".
-  A second Ctrl-C ends volp at once and removes the partial report. Another process can stop the run by creating the stop file
+  With several files, the files not yet started are skipped. A second Ctrl-C
+  ends volp at once and removes the partial report and any temporary copy.
+  Another process can stop the run by creating the stop file
   .parar_ValidadorVOLP-<pid> in volp's current directory (looked at every
   100,000 lines, at most every 5 seconds; volp deletes it).
 
-Exit status:
+Exit status (with several files, the worst of them):
   0  the file is valid: no errors (warnings allowed)
   1  the file has errors
   2  the run could not be done (bad arguments, missing or unreadable file, a
-     directory, no municipality table, report not writable) or was cancelled
+     directory without *.txt files, no municipality table, a report or the
+     temporary copy not writable) or was cancelled
 )";
 
 }  // namespace
@@ -296,86 +565,15 @@ int ExitStatus(const Result& result) {
   return result.errors != 0 ? kExitErrors : kExitValid;
 }
 
-std::string ForTerminal(std::string_view latin1) {
-  std::string clean(latin1);
-  for (char& c : clean) {
-    const auto b = static_cast<unsigned char>(c);
-    if (b < 0x20 || b == 0x7F || (b >= 0x80 && b <= 0x9F)) c = '?';
-  }
-  return Latin1ToUtf8(clean);
-}
-
-std::string Summary(const Result& r, int max_findings) {
-  std::string out;
-  out += "Report:   " + r.report_path + "\n";
-  if (!r.sha256.empty()) out += "SHA-256:  " + r.sha256 + "\n";
-  Appendf(out, "Records:  %lld read, %lld bytes\n", r.records_read, r.file_size);
-  Appendf(out,
-          "Errors:   %lld   warnings: %lld   rejected lines: %lld   unknown record types: %lld\n",
-          r.errors, r.warnings, r.rejected_lines, r.unknown_records);
-  out += "Verdict:  " + Verdict(r) + "\n";
-  if (r.errors != 0 && r.rejected_lines == 0) {
-    out +=
-        "          (the errors stand on no record line, so the report's verdict does not count "
-        "them)\n";
-  }
-
-  // Per-type counts, only for the types that have findings, plus the
-  // findings that belong to no record type (file-level ones).
-  bool header = false;
-  for (const TypeSummary& t : r.types) {
-    if (t.errors == 0 && t.warnings == 0) continue;
-    if (!header) {
-      out += "\nFindings per record type:\n  type   errors warnings rejected    total\n";
-      header = true;
-    }
-    char buf[128];
-    std::snprintf(buf, sizeof buf, "  %-4s %8lld %8lld %8lld %8lld\n", t.code.c_str(),
-                  static_cast<long long>(t.errors), static_cast<long long>(t.warnings),
-                  static_cast<long long>(t.rejected), static_cast<long long>(t.total));
-    out += buf;
-  }
-  long long file_level[2] = {0, 0};
-  for (const Finding& f : r.findings) {
-    if (f.record_type.empty()) ++file_level[f.severity == 1 ? 1 : 0];
-  }
-  if (file_level[0] + file_level[1] != 0) {
-    if (!header) out += "\nFindings per record type:\n  type   errors warnings rejected    total\n";
-    Appendf(out, "  file %8lld %8lld\n", file_level[0], file_level[1]);
-  }
-
-  if (!r.findings.empty() && max_findings > 0) {
-    const size_t shown = std::min(r.findings.size(), static_cast<size_t>(max_findings));
-    if (shown == r.findings.size()) {
-      Appendf(out, "\nFindings (%lld):\n", static_cast<long long>(shown));
-    } else {
-      Appendf(out, "\nFirst %lld of %lld findings:\n", static_cast<long long>(shown),
-              static_cast<long long>(r.findings.size()));
-    }
-    for (size_t i = 0; i < shown; ++i) {
-      const Finding& f = r.findings[i];
-      Appendf(out, "  line %lld", f.line);
-      if (!f.record_type.empty()) out += " " + ForTerminal(f.record_type);
-      if (f.field_number > 0) {
-        Appendf(out, " field %02lld", f.field_number);
-        if (!f.field_name.empty()) out += " (" + ForTerminal(f.field_name) + ")";
-      }
-      out += ": " + ForTerminal(f.message) + " [" + SeverityWord(f.severity) + "]\n";
-    }
-    if (shown < r.findings.size()) {
-      Appendf(out, "  ... %lld more in the report.\n",
-              static_cast<long long>(r.findings.size() - shown));
-    }
-  }
-  return out;
-}
-
 void AddValidateCommand(CLI::App& app, int* exit_code) {
   auto settings = std::make_shared<Settings>();
   CLI::App* cmd = app.add_subcommand(
-      "validate", "Validate a VOLP declaration file, write its report and print a summary.");
+      "validate",
+      "Validate VOLP declaration files, write their reports and print a summary of each.");
   cmd->footer(kValidateFooter);
-  cmd->add_option("FILE", settings->file, "The declaration file (ISO 8859-1, CR LF lines)")
+  cmd->add_option("FILE", settings->files,
+                  "Declaration files (ISO 8859-1, CR LF lines; plain or gzip), directories (their "
+                  "*.txt and *.txt.gz files) or - for standard input")
       ->required();
   cmd->add_option("--today", settings->today,
                   "Validate as if today were AAAAMMDD (dates after it are \"adiantada\"; "
@@ -400,9 +598,33 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
       "--log-dir", settings->log_dir,
       "Write the log under DIR/log_VOLP_<pid>/ (default: the current directory when "
       "--log-level is given)");
-  cmd->add_option("--findings", settings->findings,
-                  "How many findings to print (default 20; 0 prints none; all are in the report)")
+  cmd->add_option("--findings,--examples", settings->examples,
+                  "Examples the summary shows under each message code (default 3; 0 shows the "
+                  "codes and counts only; all findings are in the report)")
       ->check(CLI::NonNegativeNumber);
+  cmd->add_option("--report-dir", settings->report_dir,
+                  "Put every report (XML, rcad, JSON, HTML) in DIR, named after the input; DIR "
+                  "is made when missing. Needed for -")
+      ->type_name("DIR");
+  cmd->add_option("--json", settings->json,
+                  "Write the JSON report to OUT (- = standard output; the summary then goes to "
+                  "stderr). With several files: a directory")
+      ->type_name("OUT");
+  cmd->add_option("--json-findings", settings->json_findings,
+                  "The JSON report lists the findings in groups (default) or all of them too")
+      ->check(CLI::IsMember({"groups", "all"}));
+  cmd->add_option("--html", settings->html,
+                  "Write the HTML report (one self-contained page) to OUT. With several files: a "
+                  "directory")
+      ->type_name("OUT");
+  cmd->add_option("--name", settings->name,
+                  "The name of standard input's reports (default \"stdin\"): "
+                  "<report-dir>/<name>.validacao.xml")
+      ->type_name("NAME");
+  cmd->add_option("--color", settings->color,
+                  "Colours in the summary: auto (on a terminal, unless NO_COLOR is set), always, "
+                  "never")
+      ->check(CLI::IsMember({"auto", "always", "never"}));
   cmd->add_flag("-q,--quiet", settings->quiet,
                 "Print nothing but failures; the exit status tells the verdict");
   cmd->callback([settings, level, dir, exit_code] {

@@ -1,11 +1,12 @@
-// `volp validate FILE`: runs the validator on one declaration file, writes the
-// report beside it and prints a short summary for a person at a terminal.
+// `volp validate FILE...`: runs the validator on each declaration file, writes
+// its reports and prints a summary for a person at a terminal.
 #pragma once
 
 #include <CLI/CLI.hpp>
 #include <string>
 #include <string_view>
 
+#include "cli_summary.hpp"
 #include "volp/validator.hpp"
 
 namespace volp::cli {
@@ -32,14 +33,6 @@ TableChoice FindTables(const std::string& option_dir, const std::string& install
 // The exit status for a finished call: 2 when the run could not be done (or
 // was cancelled before its end), 1 when it counted errors, 0 otherwise.
 int ExitStatus(const Result& result);
-
-// A report text (Latin-1) made safe for a UTF-8 terminal: control bytes
-// become "?" so that file contents cannot drive the terminal.
-std::string ForTerminal(std::string_view latin1);
-
-// The summary printed after a run: verdict, counters, counts per record type
-// with findings and the first `max_findings` findings.
-std::string Summary(const Result& result, int max_findings);
 
 // Adds the "validate" subcommand; when it runs, `*exit_code` receives its status.
 void AddValidateCommand(CLI::App& app, int* exit_code);

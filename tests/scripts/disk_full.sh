@@ -69,5 +69,32 @@ for input in clean errors; do
     fi
   done
 done
+# A gzip file is validated through a decompressed copy in the report
+# directory: with no room for it, the run says why, exits 2 and leaves no
+# copy behind.
+gzip -c "$work/clean.txt" >"$work/clean.txt.gz"
+for free_kib in 0 4; do
+  rm -rf "${mnt:?}"/*
+  dd if=/dev/zero of="$mnt/filler" bs=1k 2>/dev/null
+  if [ "$free_kib" -gt 0 ]; then
+    size=$(stat -c %s "$mnt/filler")
+    truncate -s $((size - free_kib * 1024)) "$mnt/filler"
+  fi
+  "$volp" validate -q --tables "$tables" --today 20260115 --report-dir "$mnt" \
+    "$work/clean.txt.gz" >/dev/null 2>"$work/err"
+  status=$?
+  what="gzip copy, ${free_kib} KiB free: exit $status"
+  bad=""
+  [ "$status" -eq 2 ] || bad="not exit 2"
+  grep -q 'cannot write the temporary copy' "$work/err" || bad="$bad; no message"
+  ls -A "$mnt" | grep -q '^\.volp-' && bad="$bad; copy left"
+  checked=$((checked + 1))
+  if [ -n "$bad" ]; then
+    echo "disk_full: FAIL $what: $bad"
+    failures=$((failures + 1))
+  else
+    echo "disk_full: ok   $what"
+  fi
+done
 echo "disk_full: $checked runs, $failures failures"
 [ "$failures" -eq 0 ]
