@@ -243,8 +243,8 @@ TEST(HtmlReport, EscapesEveryByteClass) {
   const std::vector<Case> cases = {
       {"<b>&amp;\"'", "&lt;b&gt;&amp;amp;&quot;&#39;"},
       {std::string("\x00\x1B", 2),
-       "<span class=\"cb\">\xE2\x90\x80</span><span class=\"cb\">\xE2\x90\x9B</span>"},
-      {"\x7F", "<span class=\"cb\">\xE2\x90\xA1</span>"},
+       "<span class=\"cb\">\\x00</span><span class=\"cb\">\\x1B</span>"},
+      {"\x7F", "<span class=\"cb\">\\x7F</span>"},
       {"\x85\xE9", "<span class=\"cb\">\\x85</span>\xC3\xA9"},
   };
   for (const Case& c : cases) {

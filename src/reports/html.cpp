@@ -17,14 +17,20 @@ namespace {
 
 using outline::Outcome;
 
-// A UTF-8 text as HTML text or attribute value. C0 controls show as their
-// Unicode pictures (U+2400 + byte: "␀", "␛"), DEL as "␡", and the C1
-// controls (0x80 to 0x9F in Latin-1) as "\x85"; in text they are marked as
-// well (`marked`), so that a reader sees that the field held such a byte.
+// A UTF-8 text as HTML text or attribute value. Control characters (C0,
+// DEL, and the C1 controls that bytes 0x80 to 0x9F of a Latin-1 field
+// become) show as "\\x1B": every font has those letters. In text they are
+// marked as well (`marked`), so that a reader sees that the field held such
+// a byte.
 void Escape(std::string& out, std::string_view utf8, bool marked = true) {
-  const std::string_view open = marked ? "<span class=\"cb\">" : "";
-  const std::string_view close = marked ? "</span>" : "";
   static constexpr char kHex[] = "0123456789ABCDEF";
+  auto control = [&](unsigned b) {
+    if (marked) out += "<span class=\"cb\">";
+    out += "\\x";
+    out.push_back(kHex[b >> 4]);
+    out.push_back(kHex[b & 0xF]);
+    if (marked) out += "</span>";
+  };
   for (size_t i = 0; i < utf8.size(); ++i) {
     const auto c = static_cast<unsigned char>(utf8[i]);
     switch (c) {
@@ -43,29 +49,15 @@ void Escape(std::string& out, std::string_view utf8, bool marked = true) {
       case '\'':
         out += "&#39;";
         continue;
-      case 0x7F:
-        out += open;
-        out += "\xE2\x90\xA1";
-        out += close;
-        continue;
       default:
         break;
     }
-    if (c < 0x20) {
-      // U+2400 + c in UTF-8: E2 90 (80 + c).
-      out += open;
-      out += "\xE2\x90";
-      out.push_back(static_cast<char>(0x80 + c));
-      out += close;
+    if (c < 0x20 || c == 0x7F) {
+      control(c);
     } else if (c == 0xC2 && i + 1 < utf8.size() &&
                static_cast<unsigned char>(utf8[i + 1]) >= 0x80 &&
                static_cast<unsigned char>(utf8[i + 1]) <= 0x9F) {
-      const auto b = static_cast<unsigned char>(utf8[++i]);
-      out += open;
-      out += "\\x";
-      out.push_back(kHex[b >> 4]);
-      out.push_back(kHex[b & 0xF]);
-      out += close;
+      control(static_cast<unsigned char>(utf8[++i]));
     } else {
       out.push_back(static_cast<char>(c));
     }
@@ -191,20 +183,22 @@ dl.facts dt{color:var(--muted)}
 dl.facts dd{margin:0;overflow-wrap:anywhere}
 .scroll{overflow-x:auto;-webkit-overflow-scrolling:touch}
 table{border-collapse:collapse;width:100%;font-size:.93em}
+table.types{width:auto;min-width:min(100%,560px)}
+td.code{white-space:nowrap}
 th,td{text-align:left;padding:5px 8px;border-bottom:1px solid var(--line);vertical-align:top}
 th{background:var(--soft);font-weight:600;white-space:nowrap}
 td.n,th.n{text-align:right;font-variant-numeric:tabular-nums;white-space:nowrap}
 table.types tr.zero td{color:#9aa4ad}
 code,.mono{font-family:ui-monospace,"SFMono-Regular",Consolas,"Liberation Mono",monospace;font-size:.92em}
-.content{font-family:ui-monospace,Consolas,"Liberation Mono",monospace;font-size:.9em;overflow-wrap:anywhere;word-break:break-all}
+.content{font-family:ui-monospace,Consolas,"Liberation Mono",monospace;font-size:.9em;overflow-wrap:anywhere;min-width:7em}
 .msg{min-width:16em}
-.cb{background:#fde7e4;color:var(--bad);border-radius:2px;padding:0 1px}
+.cb{background:#fde7e4;color:var(--bad);border-radius:2px;padding:0 1px;white-space:nowrap}
 .sev{display:inline-block;font-size:.8em;font-weight:700;padding:1px 6px;border-radius:9px;white-space:nowrap}
 .sev.err{background:var(--bad-bg);color:var(--bad)}
 .sev.warn{background:var(--mid-bg);color:var(--mid)}
 .stop{display:inline-block;font-size:.8em;padding:1px 6px;border-radius:9px;background:var(--na-bg);color:var(--na);white-space:nowrap}
 details.group{border:1px solid var(--line);border-radius:6px;margin:8px 0;background:#fff}
-details.group>summary{cursor:pointer;padding:8px 10px;list-style-position:outside;margin-left:14px}
+details.group>summary{cursor:pointer;padding:8px 10px}
 details.group>summary .count{font-weight:700;font-variant-numeric:tabular-nums}
 details.group>summary .where{color:var(--muted)}
 details.group[open]>summary{border-bottom:1px solid var(--line);background:var(--soft)}
@@ -222,6 +216,15 @@ header.verdict h1{font-size:1.25em}
 dl.facts{grid-template-columns:1fr}
 dl.facts dt{margin-top:6px}
 th,td{padding:4px 6px}
+table.examples thead,table.findings thead{display:none}
+table.examples tr,table.findings tr{display:block;padding:6px 0;border-bottom:1px solid var(--line)}
+table.examples td,table.findings td{display:inline-block;border:0;padding:1px 10px 1px 0;text-align:left}
+table.examples td.content,table.findings td.content,table.examples td.msg,table.findings td.msg{display:block;min-width:0}
+td.content:empty{display:none}
+td.line::before{content:"linha "}
+td.pos::before{content:"posi\00E7\00E3o "}
+td.col::before{content:"coluna "}
+td.col:empty{display:none}
 }
 @media print{
 nav{display:none}
@@ -367,12 +370,15 @@ class Page {
     out_ += "</dd>\n";
     Fact("Tamanho", Count(r_.file_size) + " bytes");
     Fact("Linhas lidas", Count(r_.records_read));
-    out_ += "<dt>SHA-256</dt><dd class=\"mono\">";
-    if (r_.sha256.empty())
-      out_ += "<span class=\"note\">não calculado: o arquivo não foi lido até o fim</span>";
-    else
+    if (r_.sha256.empty()) {
+      out_ +=
+          "<dt>SHA-256</dt><dd class=\"note\">não calculado: o arquivo não foi lido até o "
+          "fim</dd>\n";
+    } else {
+      out_ += "<dt>SHA-256</dt><dd class=\"mono\">";
       Latin1(r_.sha256);
-    out_ += "</dd>\n";
+      out_ += "</dd>\n";
+    }
     if (o_.decompressed)
       Fact("Compactação", "arquivo gzip: tamanho, linhas e SHA-256 são do conteúdo descompactado");
     const std::string& d = r_.validation_date;
@@ -498,11 +504,11 @@ class Page {
     for (size_t i : g.examples) {
       const Finding& e = r_.findings[i];
       out_ += e.follows_stop ? "<tr class=\"follows\">" : "<tr>";
-      out_ += "<td class=\"n\">";
+      out_ += "<td class=\"n line\">";
       LineLink(e.line);
-      out_ += "</td><td class=\"n\">";
+      out_ += "</td><td class=\"n pos\">";
       AppendCount(out_, e.offset);
-      out_ += "</td><td class=\"n\">";
+      out_ += "</td><td class=\"n col\">";
       if (e.column >= 0) AppendInt(out_, e.column);
       out_ += "</td><td class=\"content\">";
       Latin1(e.content);
@@ -549,9 +555,9 @@ class Page {
       if (f.follows_stop) out_ += " class=\"follows\"";
       out_ += " data-group=\"g";
       AppendInt(out_, static_cast<int64_t>(grouping_.group_of[i] + 1));
-      out_ += "\"><td class=\"n\">";
+      out_ += "\"><td class=\"n line\">";
       AppendCount(out_, f.line);
-      out_ += "</td><td>";
+      out_ += "</td><td class=\"where\">";
       Where(f);
       out_ += "</td><td class=\"content\">";
       Latin1(f.content);
@@ -562,7 +568,7 @@ class Page {
       out_ += SeverityClass(f.severity);
       out_ += "\">";
       Text(SeverityText(f.severity));
-      out_ += "</span></td><td><code>";
+      out_ += "</span></td><td class=\"code\"><code>";
       Latin1(f.code);
       out_ += "</code></td></tr>\n";
     }

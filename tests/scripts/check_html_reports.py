@@ -20,19 +20,9 @@ VOID = {"meta", "br", "img", "link", "input", "hr"}
 
 
 def visible(text):
-    """A text of the run as the page shows it: control characters as pictures."""
-    out = []
-    for ch in text:
-        c = ord(ch)
-        if c < 0x20:
-            out.append(chr(0x2400 + c))
-        elif c == 0x7F:
-            out.append("\u2421")
-        elif 0x80 <= c <= 0x9F:
-            out.append("\\x%02X" % c)
-        else:
-            out.append(ch)
-    return "".join(out)
+    """A text of the run as the page shows it: control characters as \\x1B."""
+    return "".join("\\x%02X" % ord(ch) if ord(ch) < 0x20 or 0x7F <= ord(ch) <= 0x9F else ch
+                   for ch in text)
 
 
 def number(text):
