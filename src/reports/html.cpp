@@ -116,17 +116,6 @@ std::string Duration(double s) {
   return out + " s";
 }
 
-const char* SeverityText(int32_t severity) {
-  switch (severity) {
-    case 1:
-      return "Advertência";
-    case 2:
-    case 3:
-      return "Rejeição";
-  }
-  return "???";
-}
-
 const char* SeverityClass(int32_t severity) { return severity == 1 ? "warn" : "err"; }
 
 const char* Headline(Outcome o) {
@@ -462,7 +451,7 @@ class Page {
       out_ += "\"><summary><span class=\"sev ";
       out_ += SeverityClass(f.severity);
       out_ += "\">";
-      Text(SeverityText(f.severity));
+      Text(outline::SeverityWord(f.severity));
       out_ += "</span> <span class=\"count\">";
       AppendCount(out_, g.count);
       out_ += "\xC3\x97</span> <code>";  // "×"
@@ -567,7 +556,7 @@ class Page {
       out_ += "</td><td><span class=\"sev ";
       out_ += SeverityClass(f.severity);
       out_ += "\">";
-      Text(SeverityText(f.severity));
+      Text(outline::SeverityWord(f.severity));
       out_ += "</span></td><td class=\"code\"><code>";
       Latin1(f.code);
       out_ += "</code></td></tr>\n";

@@ -21,17 +21,6 @@ namespace {
 // Raised when a field changes meaning or goes away; adding one keeps it.
 constexpr int kFormatVersion = 1;
 
-const char* SeverityText(int32_t severity) {
-  switch (severity) {
-    case 1:
-      return "Advertência";
-    case 2:
-    case 3:
-      return "Rejeição";
-  }
-  return "???";
-}
-
 void AppendHexEscape(std::string& out, unsigned c) {
   static constexpr char kHex[] = "0123456789abcdef";
   out += "\\u00";
@@ -266,7 +255,7 @@ void WriteGroups(JsonOut& j, const Result& r, const outline::Grouping& g) {
     j.Open('{');
     j.Latin1Field("code", f.code);
     j.Field("severity", f.severity);
-    j.TextField("severity_text", SeverityText(f.severity));
+    j.TextField("severity_text", outline::SeverityWord(f.severity));
     j.Latin1Field("template", MessageTemplate(f.code));
     j.Latin1Field("record_type", f.record_type);
     j.Field("field_number", f.field_number);

@@ -32,6 +32,17 @@ const char* OutcomeName(Outcome o) {
   return "failed";
 }
 
+const char* SeverityWord(int32_t severity) {
+  switch (severity) {
+    case 1:
+      return "Advertência";
+    case 2:
+    case 3:
+      return "Rejeição";
+  }
+  return "???";
+}
+
 std::string XmlVerdict(const Result& r) {
   if (!r.completed) return {};
   std::string v =

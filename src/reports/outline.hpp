@@ -22,6 +22,10 @@ enum class Outcome {
 Outcome OutcomeOf(const Result& r);
 const char* OutcomeName(Outcome o);  // "valid", "rejected", "incomplete", "failed"
 
+// The word for a severity, as the XML report prints it but in UTF-8:
+// "Advertência" (1), "Rejeição" (2 and 3), "???" (anything else).
+const char* SeverityWord(int32_t severity);
+
 // The verdict in the XML report's own words (UTF-8), with " - Validação
 // Cancelada" after a stop request; empty when the run left no report.
 std::string XmlVerdict(const Result& r);
