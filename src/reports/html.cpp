@@ -4,6 +4,7 @@
 // the page through Latin1ToUtf8 and Escape: markup characters become
 // entities and control bytes become visible symbols, so no byte of the
 // declaration can add markup to the page.
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <string>
@@ -16,6 +17,15 @@ namespace volp {
 namespace {
 
 using outline::Outcome;
+
+// The bytes of a UTF-8 text that go into the page as they are: all but
+// controls, the markup characters and the lead byte 0xC2 of the C1 controls.
+constexpr std::array<bool, 256> kPlainHtml = [] {
+  std::array<bool, 256> plain{};
+  for (int c = 0x20; c < 256; ++c) plain[c] = true;
+  for (int c : {0x26, 0x3C, 0x3E, 0x22, 0x27, 0x7F, 0xC2}) plain[c] = false;  // & < > " ' DEL
+  return plain;
+}();
 
 // A UTF-8 text as HTML text or attribute value. Control characters (C0,
 // DEL, and the C1 controls that bytes 0x80 to 0x9F of a Latin-1 field
@@ -31,7 +41,14 @@ void Escape(std::string& out, std::string_view utf8, bool marked = true) {
     out.push_back(kHex[b & 0xF]);
     if (marked) out += "</span>";
   };
-  for (size_t i = 0; i < utf8.size(); ++i) {
+  const size_t n = utf8.size();
+  for (size_t i = 0; i < n; ++i) {
+    // The plain run up to the next byte to look at, in one piece.
+    size_t plain = i;
+    while (plain < n && kPlainHtml[static_cast<unsigned char>(utf8[plain])]) ++plain;
+    out.append(utf8.data() + i, plain - i);
+    if (plain == n) break;
+    i = plain;
     const auto c = static_cast<unsigned char>(utf8[i]);
     switch (c) {
       case '&':

@@ -5,6 +5,7 @@
 // as it is. The layout is described in docs/report-json.md and
 // docs/report.schema.json.
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <string>
@@ -28,12 +29,29 @@ void AppendHexEscape(std::string& out, unsigned c) {
   out.push_back(kHex[c & 0xF]);
 }
 
+// The bytes of a UTF-8 text that go into a JSON string as they are: all
+// but controls, the quote, the backslash, the markup characters and the lead
+// byte 0xC2 of the C1 controls (which is plain before anything else).
+constexpr std::array<bool, 256> kPlainJson = [] {
+  std::array<bool, 256> plain{};
+  for (int c = 0x20; c < 256; ++c) plain[c] = true;
+  for (int c : {0x22, 0x5C, 0x3C, 0x3E, 0x26, 0x7F, 0xC2}) plain[c] = false;  // " \ < > & DEL
+  return plain;
+}();
+
 // A UTF-8 text as a JSON string, quotes included. C1 controls (U+0080 to
 // U+009F, the bytes 0x80 to 0x9F of a Latin-1 field) are escaped as well:
 // they are legal in JSON but invisible and meaningless in a message.
 void AppendQuoted(std::string& out, std::string_view utf8) {
   out.push_back('"');
-  for (size_t i = 0; i < utf8.size(); ++i) {
+  const size_t n = utf8.size();
+  for (size_t i = 0; i < n; ++i) {
+    // The plain run up to the next byte to look at, in one piece.
+    size_t plain = i;
+    while (plain < n && kPlainJson[static_cast<unsigned char>(utf8[plain])]) ++plain;
+    out.append(utf8.data() + i, plain - i);
+    if (plain == n) break;
+    i = plain;
     const auto c = static_cast<unsigned char>(utf8[i]);
     switch (c) {
       case '"':
@@ -51,23 +69,17 @@ void AppendQuoted(std::string& out, std::string_view utf8) {
       case '\t':
         out += "\\t";
         continue;
-      case '<':
-      case '>':
-      case '&':
-      case 0x7F:
-        AppendHexEscape(out, c);
-        continue;
       default:
         break;
     }
-    if (c < 0x20) {
-      AppendHexEscape(out, c);
-    } else if (c == 0xC2 && i + 1 < utf8.size() &&
-               static_cast<unsigned char>(utf8[i + 1]) >= 0x80 &&
-               static_cast<unsigned char>(utf8[i + 1]) <= 0x9F) {
-      AppendHexEscape(out, static_cast<unsigned char>(utf8[++i]));
-    } else {
+    const auto next = i + 1 < n ? static_cast<unsigned char>(utf8[i + 1]) : 0;
+    if (c == 0xC2 && next >= 0x80 && next <= 0x9F) {
+      AppendHexEscape(out, next);
+      ++i;
+    } else if (c == 0xC2) {
       out.push_back(static_cast<char>(c));
+    } else {
+      AppendHexEscape(out, c);  // other controls, DEL, "<", ">", "&"
     }
   }
   out.push_back('"');
