@@ -319,6 +319,23 @@ TEST(ReportOutline, OutcomeVerdictAndShareRead) {
   }
 }
 
+TEST(ReportOutline, FileNamesComeOutAsUtf8WhateverTheirEncoding) {
+  struct Case {
+    std::string name, utf8;
+  };
+  const std::vector<Case> cases = {
+      {"decl.txt", "decl.txt"},
+      {"Concei\xC3\xA7\xC3\xA3o.txt", "Concei\xC3\xA7\xC3\xA3o.txt"},  // UTF-8 already
+      {"Concei\xE7\xE3o.txt", "Concei\xC3\xA7\xC3\xA3o.txt"},          // Latin-1
+      {"\xC3", "\xC3\x83"},                                            // a sequence cut short
+      {"\xC0\xAF", "\xC3\x80\xC2\xAF"},                                // overlong
+      {"\xED\xA0\x80", "\xC3\xAD\xC2\xA0\xC2\x80"},                    // a surrogate
+      {"\xF4\x90\x80\x80", "\xC3\xB4\xC2\x90\xC2\x80\xC2\x80"},        // past U+10FFFF
+      {"\xF0\x9F\x93\x84", "\xF0\x9F\x93\x84"},                        // four bytes
+  };
+  for (const Case& c : cases) EXPECT_EQ(outline::NameToUtf8(c.name), c.utf8) << c.utf8;
+}
+
 // A declaration's own bytes reach the reports as text and nothing else: the
 // forged verdict, markup, control and high bytes.
 TEST(ReportSecurity, DeclarationBytesStayText) {

@@ -282,7 +282,9 @@ class Page {
   // In an attribute value, where no markup may go.
   void Latin1Attribute(std::string_view latin1) { EscapeLatin1(out_, latin1, false); }
 
-  std::string_view Name() const { return o_.input_name.empty() ? r_.path : o_.input_name; }
+  std::string Name() const {
+    return outline::NameToUtf8(o_.input_name.empty() ? r_.path : o_.input_name);
+  }
 
   void Head() {
     out_ +=
@@ -290,8 +292,8 @@ class Page {
         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
         "<meta name=\"generator\" content=\"volp " VOLP_VERSION_TEXT "\">\n<title>";
     Text(Headline(outcome_));
-    out_ += " \xE2\x80\x94 ";  // an em dash
-    Latin1Attribute(Name());   // a title holds text only
+    out_ += " \xE2\x80\x94 ";     // an em dash
+    Escape(out_, Name(), false);  // a title holds text only
     out_ += "</title>\n<style>";
     out_ += kStyle;
     out_ += "</style>\n</head>\n<body>\n";
@@ -372,7 +374,7 @@ class Page {
 
   void FileFacts() {
     out_ += "<section id=\"file\">\n<h2>Arquivo</h2>\n<dl class=\"facts\">\n<dt>Nome</dt><dd>";
-    Latin1(Name());
+    Text(Name());
     out_ += "</dd>\n";
     Fact("Tamanho", Count(r_.file_size) + " bytes");
     Fact("Linhas lidas", Count(r_.records_read));

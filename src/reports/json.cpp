@@ -217,7 +217,7 @@ void WriteVerdict(JsonOut& j, const Result& r) {
 void WriteInput(JsonOut& j, const Result& r, const ReportOptions& o, size_t groups) {
   j.Key("input");
   j.Open('{');
-  j.Latin1Field("name", o.input_name.empty() ? r.path : o.input_name);
+  j.TextField("name", outline::NameToUtf8(o.input_name.empty() ? r.path : o.input_name));
   j.Field("size", r.file_size);
   j.Field("lines", r.records_read);
   j.TextField("sha256", r.sha256);

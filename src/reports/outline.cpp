@@ -59,6 +59,48 @@ int64_t PerMilleRead(const Result& r) {
   return r.bytes_read * 1000 / r.file_size;
 }
 
+namespace {
+
+bool ValidUtf8(std::string_view s) {
+  for (size_t i = 0; i < s.size();) {
+    const auto c = static_cast<unsigned char>(s[i]);
+    if (c < 0x80) {
+      ++i;
+      continue;
+    }
+    // The sequence's length and the range of its second byte (which rules
+    // out overlong forms, surrogates and code points past U+10FFFF).
+    int more = 0;
+    unsigned char lo = 0x80, hi = 0xBF;
+    if (c >= 0xC2 && c <= 0xDF) {
+      more = 1;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+      more = 2;
+      if (c == 0xE0) lo = 0xA0;
+      if (c == 0xED) hi = 0x9F;
+    } else if (c >= 0xF0 && c <= 0xF4) {
+      more = 3;
+      if (c == 0xF0) lo = 0x90;
+      if (c == 0xF4) hi = 0x8F;
+    } else {
+      return false;
+    }
+    if (i + static_cast<size_t>(more) >= s.size()) return false;  // cut short
+    const auto second = static_cast<unsigned char>(s[i + 1]);
+    if (second < lo || second > hi) return false;
+    for (int k = 2; k <= more; ++k)
+      if ((static_cast<unsigned char>(s[i + static_cast<size_t>(k)]) & 0xC0) != 0x80) return false;
+    i += static_cast<size_t>(more) + 1;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string NameToUtf8(std::string_view name) {
+  return ValidUtf8(name) ? std::string(name) : Latin1ToUtf8(name);
+}
+
 std::string IsoDate(const std::string& d) {
   if (d.size() != 8) return {};
   for (char c : d)

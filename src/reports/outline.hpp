@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "volp/validator.hpp"
@@ -33,6 +34,13 @@ std::string XmlVerdict(const Result& r);
 // Tenths of a per cent of the file's bytes that the run read, rounded down so
 // that a run one byte short never shows 100: 0 to 1000.
 int64_t PerMilleRead(const Result& r);
+
+// A file name as UTF-8. Paths come in the system's own encoding: UTF-8 on
+// most POSIX systems, a Latin-1-like code page on Windows. A name that is
+// valid UTF-8 is taken as it is, any other as Latin-1 (a Latin-1 name that
+// happens to be valid UTF-8 needs two or more high bytes in a row of just
+// the right values, which names do not hold).
+std::string NameToUtf8(std::string_view name);
 
 // "AAAA-MM-DD" from the run's AAAAMMDD day; empty when that is not 8 digits.
 std::string IsoDate(const std::string& yyyymmdd);
