@@ -2,7 +2,7 @@
 # that building and testing volp need, when they are missing.
 
 VOLP_PACKAGES=(cmake ninja-build g++ libssl-dev libabsl-dev libgtest-dev libbenchmark-dev
-  libcli11-dev zlib1g-dev time openssl pkg-config dpkg-dev file)
+  libcli11-dev zlib1g-dev time openssl pkg-config dpkg-dev file python3-jsonschema)
 
 volp_install_missing() {
   local missing=() p
