@@ -30,7 +30,7 @@ while [ $# -gt 0 ]; do
 done
 [ -n "$mode" ] || { echo "usage: $0 --ci | --replay | --build | --minutes N [--jobs J]" >&2; exit 2; }
 
-targets="validate reader fields municipios report"
+targets="validate reader fields municipios report outputs"
 build=build/fuzz
 bin=$build/fuzz
 
