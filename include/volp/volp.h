@@ -22,17 +22,7 @@
 #ifndef VOLP_VOLP_H
 #define VOLP_VOLP_H
 
-#if defined(VOLP_STATIC)
-#define VOLP_API
-#elif defined(_WIN32)
-#if defined(VOLP_BUILDING)
-#define VOLP_API __declspec(dllexport)
-#else
-#define VOLP_API __declspec(dllimport)
-#endif
-#else
-#define VOLP_API __attribute__((visibility("default")))
-#endif
+#include "volp/export.h"
 
 #ifdef __cplusplus
 extern "C" {

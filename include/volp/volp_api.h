@@ -47,21 +47,7 @@
 
 #include <stdint.h>
 
-/* The export macro, as volp.h defines it (volp.h itself is not needed here,
- * and its 64-bit type is not C89's). */
-#ifndef VOLP_API
-#if defined(VOLP_STATIC)
-#define VOLP_API
-#elif defined(_WIN32)
-#if defined(VOLP_BUILDING)
-#define VOLP_API __declspec(dllexport)
-#else
-#define VOLP_API __declspec(dllimport)
-#endif
-#else
-#define VOLP_API __attribute__((visibility("default")))
-#endif
-#endif
+#include "volp/export.h"
 
 #ifdef __cplusplus
 extern "C" {
