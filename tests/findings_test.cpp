@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
+#include "core/context.hpp"
 #include "core/log.hpp"
 #include "core/record_types.hpp"
+#include "support.hpp"
 
 namespace volp {
 namespace {
@@ -143,6 +146,40 @@ TEST(Findings, WarningsBeyondTheCapAreCountedNotKept) {
   // Errors are always kept.
   Save(fc, log, {1, kR0200, kErro});
   EXPECT_EQ(fc.list.size(), static_cast<size_t>(kMaxKeptWarnings) + 1);
+}
+
+// Past the cap a warning is counted without its text being written out; the
+// trace of every finding (level 7) still gets the text.
+TEST(Findings, WarningsPastTheCapSkipTheirTextButNotTheTrace) {
+  struct Case {
+    const char* name;
+    bool trace;
+  };
+  for (const Case& c : {Case{"no trace", false}, Case{"trace at level 7", true}}) {
+    test::RunFixture fx;
+    std::FILE* echo = c.trace ? std::tmpfile() : nullptr;
+    if (c.trace) fx.log.Configure(7, "", false, echo);
+    ASSERT_GE(fx.Split("|1115|1|2|3|4|5|6|7|8|9|10|11|12|"), 0) << c.name;
+    for (int64_t i = 0; i < kMaxKeptWarnings + 5; ++i)
+      fx.run.Report(fx.rec, 1, MsgId::kBandeiraInvalida, std::string_view("77"));
+    EXPECT_EQ(fx.ps.findings.warnings, kMaxKeptWarnings + 5) << c.name;
+    EXPECT_EQ(fx.ps.findings.per_type[fx.rec.type_index].warnings, kMaxKeptWarnings + 5) << c.name;
+    size_t kept = 0;
+    for (const Finding& f : fx.ps.findings.list) kept += f.severity == kAdvertencia;
+    EXPECT_EQ(kept, static_cast<size_t>(kMaxKeptWarnings)) << c.name;
+    if (echo != nullptr) {
+      std::fflush(echo);
+      const long size = std::ftell(echo);
+      std::rewind(echo);
+      std::string text(static_cast<size_t>(size), '\0');
+      ASSERT_EQ(std::fread(text.data(), 1, text.size(), echo), text.size());
+      std::fclose(echo);
+      size_t count = 0;
+      for (size_t at = text.find("'77'"); at != std::string::npos; at = text.find("'77'", at + 1))
+        ++count;
+      EXPECT_EQ(count, static_cast<size_t>(kMaxKeptWarnings + 5)) << c.name;
+    }
+  }
 }
 
 }  // namespace

@@ -169,6 +169,14 @@ struct Run {
   FindingsCollector& findings() { return ps.findings; }
   bool TooManyErrors() const { return ps.findings.errors >= kMaxErrors; }
 
+  // A warning past the cap of kept warnings is only counted, so its text is
+  // not worth writing out, unless the trace that prints every finding is on.
+  // A file with a warning on each of millions of lines would otherwise spend
+  // most of its time formatting messages nobody sees.
+  bool Unkept(int32_t severity) const {
+    return severity == kAdvertencia && ps.findings.warnings >= kMaxKeptWarnings && !log.On(7);
+  }
+
   // Records a finding against the current record and one of its fields
   // (index 0 = the record as a whole with field number 0): message `id` of
   // the table with the values of its placeholders, at the table's severity.
@@ -176,6 +184,7 @@ struct Run {
   void Report(const Record& r, int field_index, MsgOf<A...> id, const A&... args) {
     MsgText text;
     const MessageDef& d = Message(id.id);
+    if (Unkept(d.severity)) return ReportText(r, field_index, d.severity, {}, d.code);
     ReportText(r, field_index, d.severity, FormatMessage(text, id, args...), d.code);
   }
   // Records a finding at another position (an earlier record's line).
@@ -184,6 +193,8 @@ struct Run {
                 const FieldRef* field, MsgOf<A...> id, const A&... args) {
     MsgText text;
     const MessageDef& d = Message(id.id);
+    if (Unkept(d.severity))
+      return ReportTextAt(offset, line, type_index, field_index, field, d.severity, {}, d.code);
     ReportTextAt(offset, line, type_index, field_index, field, d.severity,
                  FormatMessage(text, id, args...), d.code);
   }
@@ -194,6 +205,7 @@ struct Run {
   void ReportChosen(const Record& r, int field_index, MsgId id, const A&... args) {
     MsgText text;
     const MessageDef& d = Message(id);
+    if (Unkept(d.severity)) return ReportText(r, field_index, d.severity, {}, d.code);
     ReportText(r, field_index, d.severity, FormatChosen(text, id, args...), d.code);
   }
 
