@@ -26,6 +26,7 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
                       const RunOptions& options, RunSummary* summary) {
   const int64_t start_ns = platform::NowNs();
   const std::time_t start_time = std::time(nullptr);
+  platform::StartTicks();
 
   Municipios municipios;
   if (!LerCodigosMunicipioIBGE(options.tables_dir, log, municipios)) return 0;

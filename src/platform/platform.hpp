@@ -42,6 +42,9 @@ inline uint64_t Ticks() { return __rdtsc(); }
 uint64_t Ticks();
 #endif
 int64_t TicksToNs(uint64_t ticks);
+// Marks where the counter's rate starts being measured; call it when a run
+// starts, so that by its end the rate is known from the run's own duration.
+void StartTicks();
 
 struct LocalTime {
   int year, month, day, hour, minute, second;
