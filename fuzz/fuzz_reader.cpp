@@ -1,7 +1,9 @@
 // The reader against a plain reference splitter. The first byte picks the
 // read block size, so that lines, pipes and bad bytes fall across block
-// boundaries in every way; the rest is the file. Lines, the pipe and
-// non-Latin-1 maps and the digest must be what the reference says.
+// boundaries in every way, the size of the pieces read at a time, and whether
+// the run stops after the middle line; the rest is the file. Lines, the pipe
+// and non-Latin-1 maps and the digest (of the lines taken) must be what the
+// reference says.
 #include <cstdint>
 
 #include "fuzz_support.hpp"
@@ -11,7 +13,8 @@
 namespace {
 
 constexpr size_t kBlocks[] = {1, 2, 3, 5, 63, 64, 65, 127, 1000, 4096, 9998, 9999, 10000, 10001};
-constexpr size_t kPiece = 9999;  // the longest line; a longer one comes in pieces
+constexpr size_t kReads[] = {0, 64, 128, 4096};  // bytes read at a time (0: the default)
+constexpr size_t kPiece = 9999;                  // the longest line; a longer one comes in pieces
 
 bool Bit(const uint64_t* map, size_t i) { return (map[i >> 6] >> (i & 63)) & 1; }
 
@@ -31,6 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace volp::fuzz;
   if (size == 0) return 0;
   const size_t block = kBlocks[data[0] % std::size(kBlocks)];
+  const size_t read = kReads[data[0] / std::size(kBlocks) % std::size(kReads)];
+  const bool stop_early = data[0] >= 128;
   std::string_view content(reinterpret_cast<const char*>(data) + 1, size - 1);
   // Tiny blocks cost a hand-over between the threads per block: keep their
   // files short so the fuzzer stays fast.
@@ -41,14 +46,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   volp::platform::InputFile file;
   int error = 0;
   Check(file.Open(path, &error), "open");
+  // A run that stops early takes the lines up to the middle one.
+  size_t lines = 0;
+  for (std::string_view rest = content; !rest.empty(); ++lines)
+    rest.remove_prefix(ReferenceNext(rest).size());
+  const size_t last = stop_early ? lines / 2 : lines;
   volp::Sha256 digest;
   std::string got_hex;
   {
-    volp::LineSource source(file, &digest, nullptr, block);
+    volp::LineSource source(file, &digest, nullptr, block, read);
     std::string_view rest = content;
     std::string_view line;
     size_t n = 0;
-    while (source.Next(&line)) {
+    while (n <= last && source.Next(&line)) {
       const std::string_view want = ReferenceNext(rest);
       Check(line == want,
             "line " + std::to_string(n) + " differs (block " + std::to_string(block) + ")");
@@ -62,8 +72,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       rest.remove_prefix(want.size());
       ++n;
     }
-    Check(rest.empty(), "lines missing at the end");
+    Check(stop_early || rest.empty(), "lines missing at the end");
     Check(!source.read_failed(), "read failed");
+    content.remove_suffix(rest.size());
     Check(source.FinishHash(static_cast<int64_t>(content.size()), true), "hash");
   }
   Check(digest.Final(&got_hex), "digest");

@@ -18,6 +18,9 @@ class Sha256 {
   // False when the digest could not be set up (the run reports E#C9105).
   bool ok() const { return ctx_ != nullptr; }
   bool Update(const char* data, size_t n);
+  // Makes this digest's state a copy of `from`'s, as if the same bytes had
+  // been fed to it; false on failure (this digest is then unusable).
+  bool CopyFrom(const Sha256& from);
   // 64 upper-case hex digits, first byte first; false on failure.
   bool Final(std::string* hex);
 

@@ -49,6 +49,18 @@ bool Sha256::Update(const char* data, size_t n) {
   return true;
 }
 
+bool Sha256::CopyFrom(const Sha256& from) {
+  if (from.ctx_ == nullptr || provider_ == nullptr) return false;
+  BCRYPT_HASH_HANDLE copy = nullptr;
+  // Like the original, the copy keeps its hash object's memory in CNG's hands.
+  if (!Succeeded(
+          BCryptDuplicateHash(static_cast<BCRYPT_HASH_HANDLE>(from.ctx_), &copy, nullptr, 0, 0)))
+    return false;
+  if (ctx_ != nullptr) BCryptDestroyHash(static_cast<BCRYPT_HASH_HANDLE>(ctx_));
+  ctx_ = copy;
+  return true;
+}
+
 bool Sha256::Final(std::string* hex) {
   unsigned char md[kDigestBytes];
   if (!Succeeded(BCryptFinishHash(static_cast<BCRYPT_HASH_HANDLE>(ctx_), md, kDigestBytes, 0)))

@@ -19,6 +19,12 @@ bool Sha256::Update(const char* data, size_t n) {
   return n == 0 || EVP_DigestUpdate(static_cast<EVP_MD_CTX*>(ctx_), data, n) == 1;
 }
 
+bool Sha256::CopyFrom(const Sha256& from) {
+  return ctx_ != nullptr && from.ctx_ != nullptr &&
+         EVP_MD_CTX_copy_ex(static_cast<EVP_MD_CTX*>(ctx_),
+                            static_cast<const EVP_MD_CTX*>(from.ctx_)) == 1;
+}
+
 bool Sha256::Final(std::string* hex) {
   unsigned char md[EVP_MAX_MD_SIZE];
   unsigned int len = 0;

@@ -5,14 +5,32 @@
 
 namespace volp {
 
-LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks, size_t block)
-    : file_(file), block_(block != 0 ? block : kBlock), hash_(hash), read_ticks_(read_ticks) {
+namespace {
+
+// A piece is a whole number of 64-byte words, so each piece's maps start at
+// a word of the block's maps.
+size_t PieceSize(size_t piece, size_t block) {
+  piece = std::max<size_t>(piece & ~size_t{63}, 64);
+  return std::min(piece, block);
+}
+
+}  // namespace
+
+LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks, size_t block,
+                       size_t piece, bool second_thread)
+    : file_(file),
+      block_(block != 0 ? block : kBlock),
+      piece_(PieceSize(piece != 0 ? piece : kPiece, block_)),
+      hash_(hash),
+      read_ticks_(read_ticks) {
   for (Slot& s : slots_) {
     s.buf.reset(new char[kCarry + block_]);
     s.lf.reset(new uint64_t[BitWords(block_)]);
     s.bar.reset(new uint64_t[BitWords(block_)]);
     s.bad.reset(new uint64_t[BitWords(block_)]);
+    if (hash_ != nullptr) s.before = std::make_unique<Sha256>();
   }
+  if (!second_thread) return;
   try {
     thread_ = std::thread([this] { Work(); });
   } catch (...) {
@@ -63,19 +81,36 @@ bool LineSource::Next(std::string_view* line) {
 void LineSource::Fill(int64_t block) {
   Slot& s = slots_[block % kSlots];
   char* fresh = s.buf.get() + kCarry;
+  s.fresh_offset = next_offset_;
+  bool hashing = hash_ != nullptr && !hash_failed_;
+  s.before_ok = hashing && s.before->CopyFrom(*hash_);
   size_t got = 0;
   bool failed = false;
-  while (got < block_) {
-    const int64_t r = file_.Read(fresh + got, static_cast<int64_t>(block_ - got));
-    if (r < 0) {
-      failed = true;
-      break;
+  bool short_piece = false;
+  while (got < block_ && !short_piece && !stop_reading_.load(std::memory_order_relaxed)) {
+    const size_t want = std::min(piece_, block_ - got);
+    size_t n = 0;
+    while (n < want) {
+      const int64_t r = file_.Read(fresh + got + n, static_cast<int64_t>(want - n));
+      if (r < 0) failed = true;
+      if (r <= 0) break;
+      n += static_cast<size_t>(r);
     }
-    if (r == 0) break;
-    got += static_cast<size_t>(r);
+    // The piece was just copied in and is still in the cache: map it and
+    // hash it now, not when it would have to come back from memory.
+    const size_t word = got / 64;
+    ClassifyBytes(fresh + got, n, s.lf.get() + word, s.bar.get() + word, s.bad.get() + word);
+    if (hashing) {
+      if (hash_->Update(fresh + got, n)) {
+        hashed_bytes_ += static_cast<int64_t>(n);
+      } else {
+        hash_failed_ = true;
+        hashing = false;
+      }
+    }
+    got += n;
+    short_piece = n < want;  // the end of the file, or a read error
   }
-  ClassifyBytes(fresh, got, s.lf.get(), s.bar.get(), s.bad.get());
-  s.fresh_offset = next_offset_;
   s.fresh_len = got;
   s.last = got < block_;
   next_offset_ += static_cast<int64_t>(got);
@@ -93,20 +128,14 @@ void LineSource::Refill() {
   }
   Slot& s = slots_[next % kSlots];
   // Carry the start of a cut line over to the new block, then let the old
-  // one go to the digest.
+  // one's slot go to the reading.
   const size_t carry = static_cast<size_t>(end_ - pos_);
   char* fresh = s.buf.get() + kCarry;
   if (carry > 0) std::memmove(fresh - carry, pos_, carry);
-  if (current_ >= 0) {
-    if (!thread_.joinable()) {
-      const Slot& old = slots_[current_ % kSlots];
-      if (hash_ != nullptr && !hash_->Update(old.buf.get() + kCarry, old.fresh_len))
-        hash_failed_ = true;
-    } else {
-      std::lock_guard<std::mutex> lock(mu_);
-      released_ = current_ + 1;
-      cv_.notify_all();
-    }
+  if (current_ >= 0 && thread_.joinable()) {
+    std::lock_guard<std::mutex> lock(mu_);
+    released_ = current_ + 1;
+    cv_.notify_all();
   }
   current_ = next;
   fresh_ = fresh;
@@ -122,21 +151,10 @@ void LineSource::Refill() {
 void LineSource::Work() {
   std::unique_lock<std::mutex> lock(mu_);
   for (;;) {
-    if (hashed_ < released_) {
-      // The digest first: it frees the slot for reading ahead.
-      const Slot& s = slots_[hashed_ % kSlots];
-      const bool skip = abandon_ || hash_ == nullptr;
-      lock.unlock();
-      const bool ok = skip || hash_->Update(s.buf.get() + kCarry, s.fresh_len);
-      lock.lock();
-      if (!ok) hash_failed_ = true;
-      ++hashed_;
-      cv_.notify_all();
-      continue;
-    }
-    if (!reading_done_ && !stopping_ && filled_ - hashed_ < kSlots - 1) {
-      // Read ahead into a slot whose block is hashed (and so no longer in
-      // the validation's hands: one slot is always the block in hand).
+    if (stopping_) return;
+    // The slot of the next block must hold none the validation still has
+    // (the one in hand is never released before the next one is taken).
+    if (!reading_done_ && filled_ - released_ < kSlots) {
       const int64_t block = filled_;
       lock.unlock();
       Fill(block);
@@ -146,30 +164,34 @@ void LineSource::Work() {
       cv_.notify_all();
       continue;
     }
-    if (stopping_) return;
     cv_.wait(lock);
   }
 }
 
 bool LineSource::FinishHash(int64_t upto, bool finish) {
   if (thread_.joinable()) {
+    stop_reading_.store(true, std::memory_order_relaxed);
     {
       std::lock_guard<std::mutex> lock(mu_);
       stopping_ = true;
-      abandon_ = !finish;
       cv_.notify_all();
     }
     thread_.join();
   }
   if (!finish || hash_ == nullptr) return true;
-  if (current_ >= 0) {
-    // The block in hand was never released: hash it up to the last line taken.
-    const Slot& s = slots_[current_ % kSlots];
-    const int64_t n =
-        std::clamp<int64_t>(upto - s.fresh_offset, 0, static_cast<int64_t>(s.fresh_len));
-    if (!hash_->Update(s.buf.get() + kCarry, static_cast<size_t>(n))) hash_failed_ = true;
-    current_ = -1;
-  }
+  // The usual end: the digest holds every byte read, and those are the bytes
+  // the run took.
+  if (hashed_bytes_ == upto) return true;
+  // The reading went further than the run: back to the state before the
+  // block in hand, then its bytes up to `upto` (still in its slot).
+  const Slot& s = slots_[std::max<int64_t>(current_, 0) % kSlots];
+  if (!s.before_ok || !hash_->CopyFrom(*s.before)) return false;
+  const int64_t n = current_ < 0 ? 0
+                                 : std::clamp<int64_t>(upto - s.fresh_offset, 0,
+                                                       static_cast<int64_t>(s.fresh_len));
+  hash_failed_ = !hash_->Update(s.buf.get() + kCarry, static_cast<size_t>(n));
+  hashed_bytes_ = s.fresh_offset + n;
+  current_ = -1;
   return !hash_failed_;
 }
 

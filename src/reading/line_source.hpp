@@ -1,12 +1,18 @@
 // The declaration file read once, in large blocks, as lines of at most 9,999
 // bytes (a longer line comes in 9,999-byte pieces). A second thread reads the
-// blocks ahead, maps where their line ends, pipes and non-Latin-1 bytes are,
-// and feeds SHA-256 with each block the validation is done with, so on a
-// two-core machine neither the reading, nor looking at every byte, nor the
-// digest stands in the validation's way. A line is a view into a block and
-// stays valid until the next call.
+// blocks ahead, in pieces of 256 KiB, and while each piece is still in the
+// core's cache maps where its line ends, pipes and non-Latin-1 bytes are and
+// feeds it to SHA-256, so on a two-core machine neither the reading, nor
+// looking at every byte, nor the digest stands in the validation's way. A
+// line is a view into a block and stays valid until the next call.
+//
+// The digest runs ahead of the validation, so each block keeps a copy of the
+// digest's state as it was before the block's first byte: a run that stops
+// early goes back to the copy of the block in hand and hashes that block's
+// bytes up to the end of the last line it took.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -27,10 +33,13 @@ class LineSource {
  public:
   // `hash` may be null (no digest wanted). The clock ticks spent reading the
   // file (and waiting for a free block) are added to `*read_ticks` when given.
-  // `block` is the number of bytes read at a time (0: the default of 4 MiB);
-  // the lines and the digest are the same whatever it is.
+  // `block` is the size of a block (0: the default of 4 MiB), `piece` the
+  // bytes read, mapped and hashed at a time (0: the default of 256 KiB; taken
+  // down to a multiple of 64, at most the block); the lines and the digest
+  // are the same whatever they are. With `second_thread` false (or no thread
+  // to be had) the blocks are read on the caller's thread as it needs them.
   LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks = nullptr,
-             size_t block = 0);
+             size_t block = 0, size_t piece = 0, bool second_thread = true);
   ~LineSource();
   LineSource(const LineSource&) = delete;
   LineSource& operator=(const LineSource&) = delete;
@@ -43,15 +52,16 @@ class LineSource {
   // line that began in the block before (its start was carried over).
   const LineBits* bits() const { return has_bits_ ? &bits_ : nullptr; }
 
-  // Stops the hashing thread after it has hashed every released block, then
-  // hashes the rest of the input up to file offset `upto` (the end of the
-  // last line the run took). With `finish` false the digest is abandoned.
-  // Returns false when an update failed.
+  // Stops the reading thread and leaves in the digest the bytes of the file
+  // up to offset `upto`, the end of the last line the run took: it lies in
+  // the block in hand (or is its start). With `finish` false the digest is
+  // abandoned. Returns false when the digest of those bytes failed.
   bool FinishHash(int64_t upto, bool finish);
 
  private:
-  static constexpr size_t kCarry = 10000;    // room for the start of a cut line
-  static constexpr size_t kBlock = 4 << 20;  // bytes read at a time, by default
+  static constexpr size_t kCarry = 10000;      // room for the start of a cut line
+  static constexpr size_t kBlock = 4 << 20;    // bytes of a block, by default
+  static constexpr size_t kPiece = 256 << 10;  // bytes read, mapped and hashed at a time
   static constexpr int kSlots = 6;
 
   // Blocks are numbered from 0 in file order; block b lives in slot b % kSlots.
@@ -61,14 +71,17 @@ class LineSource {
     int64_t fresh_offset = 0;                  // file offset of buf[kCarry]
     size_t fresh_len = 0;                      // bytes read into buf + kCarry
     bool last = false;                         // the file (or the reading) ended in this block
+    std::unique_ptr<Sha256> before;            // the digest before buf[kCarry]
+    bool before_ok = false;                    // `before` holds that state
   };
 
   void Refill();
-  void Fill(int64_t block);  // reads the block's fresh bytes
-  void Work();               // the second thread: read ahead, hash what was released
+  void Fill(int64_t block);  // reads, maps and hashes the block's fresh bytes
+  void Work();               // the second thread: reads ahead
 
   platform::InputFile& file_;
   const size_t block_;
+  const size_t piece_;
   Sha256* hash_;
   uint64_t* read_ticks_;
   Slot slots_[kSlots];
@@ -82,6 +95,9 @@ class LineSource {
   const uint64_t* lf_bits_ = nullptr;
   LineBits bits_;
   bool has_bits_ = false;
+  // The digest, fed by whichever thread reads (read here once it stopped).
+  int64_t hashed_bytes_ = 0;  // bytes of the file in *hash_
+  bool hash_failed_ = false;  // an update failed: *hash_ took no more
 
   // Shared with the second thread, under mu_.
   std::thread thread_;
@@ -89,12 +105,10 @@ class LineSource {
   std::condition_variable cv_;
   int64_t filled_ = 0;       // blocks read
   int64_t released_ = 0;     // blocks the validation is done with
-  int64_t hashed_ = 0;       // blocks fed to the digest
   int64_t next_offset_ = 0;  // file offset of the next block to read
   bool reading_done_ = false;
   bool stopping_ = false;
-  bool abandon_ = false;
-  bool hash_failed_ = false;
+  std::atomic<bool> stop_reading_{false};  // looked at between pieces, without mu_
 };
 
 }  // namespace volp
