@@ -5,7 +5,9 @@
 #
 #   bash bench/run.sh             the ~1 GiB file (about 13 million lines, mostly 1115)
 #   bash bench/run.sh --big       the ~10 GiB file
-#   bash bench/run.sh --scaling   1, 4, 16 and 64 million lines: time and peak memory per line
+#   bash bench/run.sh --scaling   1, 4, 16 and 64 million lines: time and peak memory per line;
+#                                 then registries of 2 and 5 million clients against a file
+#                                 of as many lines with the default few thousand
 #   options: --reps N (default 5), --volp PATH (default build/release/volp)
 #
 # Files are generated once and kept in bench/cache/ (ignored by git). The runs
@@ -25,7 +27,7 @@ while [ $# -gt 0 ]; do
     --scaling) mode=scaling ;;
     --reps) reps=$2; shift ;;
     --volp) volp=$2; shift ;;
-    -h|--help) sed -n '2,16p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    -h|--help) sed -n '2,15p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *) echo "bench/run.sh: unknown option $1 (see --help)" >&2; exit 2 ;;
   esac
   shift
@@ -113,6 +115,41 @@ case "$mode" in
       awk -v n="$lines" -v b="$(stat -c %s "$file")" -v t="$t" -v k="$kib" 'BEGIN {
         printf "%12.0f %12.0f %10.2f %14.1f %14.0f %16.1f\n", n, b, t, t * 1e9 / n, k / 1024, k * 1024 / n
       }'
+    done
+
+    # Registries: millions of clients (one in five identified by CPF) and
+    # 1.5 devices each, at the fewest transactions the generator accepts for
+    # them, against the default registry (a client per 600 transactions) at
+    # the same number of lines. Time per line should stay close to the small
+    # registry's; peak memory is mostly the registries.
+    echo "== registries: millions of clients and devices against a small registry (one run each)"
+    printf '%-8s %10s %10s %12s %10s %10s %12s %14s\n' shape clients devices lines seconds \
+      "ns/line" "x small" "peak RSS MiB"
+    small_ns=""
+    for shape in 2m 5m; do
+      case $shape in
+        2m) big=(--clients 2000000 --devices 3000000 --transactions 14400000) ;;
+        5m) big=(--clients 5000000 --devices 7500000 --transactions 36000000) ;;
+      esac
+      file="$cache/volp_clients_${shape}.txt"
+      generate "$file" "${big[@]}"
+      lines=$(lines_of "$file")
+      small="$cache/volp_clients_${shape}_small.txt"
+      generate "$small" --lines "$lines"
+      for f in "$small" "$file"; do
+        read -r t kib < <(validate "$f")
+        if [ "$f" = "$small" ]; then
+          name="small"; clients="-"; devices="-"
+          small_ns=$(awk -v n="$lines" -v t="$t" 'BEGIN { print t * 1e9 / n }')
+        else
+          name=$shape; clients=${big[1]}; devices=${big[3]}
+        fi
+        awk -v s="$name" -v c="$clients" -v d="$devices" -v n="$lines" -v t="$t" -v k="$kib" \
+          -v base="$small_ns" 'BEGIN {
+          ns = t * 1e9 / n
+          printf "%-8s %10s %10s %12.0f %10.2f %10.1f %12.2f %14.0f\n", s, c, d, n, t, ns, ns / base, k / 1024
+        }'
+      done
     done
     ;;
 esac

@@ -223,8 +223,7 @@ struct EndChecks : ::testing::Test {
   RunFixture fx;
   ClientEntry& AddClient(std::string_view code, std::string_view uf = "SP") {
     Block0State& st = fx.run.block0;
-    ClientEntry& e = st.clients[st.arena.Copy(code)];
-    e.code = st.arena.Copy(code), e.uf = st.arena.Copy(uf);
+    ClientEntry& e = *st.clients.Insert(code, {uf}).first;
     e.line = 12, e.offset = 1200, e.code_column = 7, e.uf_column = 40;
     return e;
   }
@@ -274,7 +273,7 @@ TEST_F(EndChecks, ClientRulesByFlags) {
 
 TEST_F(EndChecks, WalkInByteOrderAndStopAtTheErrorLimit) {
   for (const char* code : {"b", "B", "a", "\xE9", "a1"}) AddClient(code);
-  for (const char* code : {"m2", "M2", "m10"}) fx.run.block0.devices[code] = DeviceEntry{code};
+  for (const char* code : {"m2", "M2", "m10"}) fx.run.block0.devices.Insert(code);
   VerificacaoRegistro_0100(fx.run, __LINE__);
   VerificacaoRegistro_0200(fx.run, __LINE__);
   EXPECT_EQ(Contents(), (std::vector<std::string>{"B", "a", "a1", "b", "\xE9", "M2", "m10", "m2"}));

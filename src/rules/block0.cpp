@@ -37,19 +37,13 @@ int CodeValue(std::string_view text) {
   return v;
 }
 
-// Looks `key` up in a registry and adds it when it is new. `make(interned)`
-// builds the entry; the key is copied into the arena only when it is added.
-// Returns the entry (the first one's, for a duplicate) and whether it is new.
-template <class Map, class Make>
-std::pair<typename Map::mapped_type*, bool> Register(Arena& arena, Map& map, std::string_view key,
-                                                     Make make) {
-  bool added = false;
-  auto it = map.lazy_emplace(key, [&](const typename Map::constructor& ctor) {
-    added = true;
-    std::string_view interned = arena.Copy(key);
-    ctor(interned, make(interned));
-  });
-  return {&it->second, added};
+// Files `key` in a registry of unique keys; a key already there gives the
+// place of its first record.
+std::pair<const RegisteredAt*, bool> Register(Registry<UniqueKey>& reg, std::string_view key,
+                                              const RegisteredAt& here) {
+  auto [entry, added] = reg.Insert(key);
+  if (added) entry->first = here;
+  return {&entry->first, added};
 }
 
 RegisteredAt Here(const Run& run) { return RegisteredAt{run.ctx.offset, run.ctx.line}; }
@@ -103,23 +97,20 @@ void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
   const Field& code = rec.fields[f0100::kCodCliente];
   st.current_client = {};
   if (code.filled) {
-    auto [entry, added] = Register(st.arena, st.clients, code.text, [&](std::string_view interned) {
-      ClientEntry e;
-      e.code = interned;
-      e.offset = run.ctx.offset;
-      e.line = run.ctx.line;
-      e.code_column = code.column;
-      e.uf_column = rec.fields[f0100::kUf].column;
-      e.uf = st.arena.Copy(Text(rec, f0100::kUf));
-      if (rec.fields[f0100::kCpf].filled && !rec.fields[f0100::kCnpj].filled)
-        e.cpf = st.arena.Copy(Text(rec, f0100::kCpf));
-      return e;
-    });
-    st.current_client = entry->code;
-    if (!added) {
+    const bool by_cpf = rec.fields[f0100::kCpf].filled && !rec.fields[f0100::kCnpj].filled;
+    auto [entry, added] = st.clients.Insert(
+        code.text, {Text(rec, f0100::kUf), by_cpf ? Text(rec, f0100::kCpf) : std::string_view()});
+    if (added) {
+      entry->offset = run.ctx.offset;
+      entry->line = run.ctx.line;
+      entry->code_column = static_cast<int16_t>(code.column);
+      entry->uf_column = static_cast<int16_t>(rec.fields[f0100::kUf].column);
+      entry->by_cpf = by_cpf;
+    } else {
       ReportDuplicate(run, rec, f0100::kCodCliente, MsgId::kClienteRepetido, code.text,
                       RegisteredAt{entry->offset, entry->line});
     }
+    st.current_client = entry->code;
   }
 
   // A file answering a notification (finalidade 3) is about one beneficiary:
@@ -143,8 +134,7 @@ void ValidarRegistro_0105(Run& run, Record& rec, int prev_type, int src_line) {
 
   const Field& cnpj = rec.fields[f0105::kCnpjVan];
   if (cnpj.filled) {
-    auto [first, added] = Register(st.arena, st.vans, PairKey(st, st.current_client, cnpj.text),
-                                   [&](std::string_view) { return Here(run); });
+    auto [first, added] = Register(st.vans, PairKey(st, st.current_client, cnpj.text), Here(run));
     if (!added) {
       ReportDuplicateNoKey(run, rec, f0105::kCnpjVan, MsgId::kVanRepetida, *first);
     }
@@ -189,26 +179,21 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
 
   const Field& code = rec.fields[f0200::kCodMcapt];
   if (!code.filled) return;
-  auto [device, added] = Register(st.arena, st.devices, code.text, [&](std::string_view interned) {
-    DeviceEntry e;
-    e.code = interned;
-    e.offset = run.ctx.offset;
-    e.line = run.ctx.line;
-    e.code_column = code.column;
-    e.tipo_tecn = tipo < 0 ? 0 : tipo;
-    return e;
-  });
+  auto [device, added] = st.devices.Insert(code.text);
   if (!added) {
     ReportDuplicate(run, rec, f0200::kCodMcapt, MsgId::kMcaptRepetido, code.text,
                     RegisteredAt{device->offset, device->line});
     return;
   }
+  device->offset = run.ctx.offset;
+  device->line = run.ctx.line;
+  device->code_column = static_cast<int16_t>(code.column);
+  device->tipo_tecn = static_cast<int8_t>(tipo < 0 ? 0 : tipo);
   // A new code for a terminal (logical number and brand) already declared
   // under another code is the same device registered twice.
   if (rec.fields[f0200::kNumLog].filled) {
     auto [first, new_terminal] = Register(
-        st.arena, st.terminals, PairKey(st, Text(rec, f0200::kNumLog), Text(rec, f0200::kMarca)),
-        [&](std::string_view) { return Here(run); });
+        st.terminals, PairKey(st, Text(rec, f0200::kNumLog), Text(rec, f0200::kMarca)), Here(run));
     if (!new_terminal) {
       ReportDuplicateNoKey(run, rec, f0200::kNumLog, MsgId::kTerminalRepetido, *first);
     }
@@ -224,18 +209,14 @@ void ValidarRegistro_0300(Run& run, Record& rec, int prev_type, int src_line) {
 
   const Field& code = rec.fields[f0300::kCodIpPar];
   if (!code.filled) return;
-  auto [partner, added] =
-      Register(st.arena, st.partners, code.text, [&](std::string_view interned) {
-        PartnerEntry e;
-        e.code = interned;
-        e.offset = run.ctx.offset;
-        e.line = run.ctx.line;
-        return e;
-      });
+  auto [partner, added] = st.partners.Insert(code.text);
   if (!added) {
     ReportDuplicate(run, rec, f0300::kCodIpPar, MsgId::kParceiraRepetida, code.text,
                     RegisteredAt{partner->offset, partner->line});
+    return;
   }
+  partner->offset = run.ctx.offset;
+  partner->line = run.ctx.line;
 }
 
 void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
@@ -256,8 +237,7 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
 
   const Field& cnpj = rec.fields[f0600::kCnpj];
   if (cnpj.filled) {
-    auto [first, added] =
-        Register(st.arena, st.authorised, cnpj.text, [&](std::string_view) { return Here(run); });
+    auto [first, added] = Register(st.authorised, cnpj.text, Here(run));
     if (!added) {
       ReportDuplicate(run, rec, f0600::kCnpj, MsgId::kAutorizadaRepetida, cnpj.text, *first);
     }
@@ -283,42 +263,6 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
   }
 }
 
-namespace {
-
-// The registry entries that `wanted` picks, in byte-wise key order. The
-// registries are hash maps for speed while the file is read; the end of the
-// file orders only the entries it reports, usually none.
-// Each element carries the key's first eight bytes as a big-endian number,
-// so that most comparisons of a million keys stay inside the vector instead
-// of chasing two pointers into the arena.
-template <class Map, class Pred>
-std::vector<typename Map::mapped_type*> Sorted(Map& map, Pred wanted) {
-  using Entry = typename Map::mapped_type;
-  struct Item {
-    uint64_t prefix;
-    std::string_view key;
-    Entry* entry;
-  };
-  std::vector<Item> items;
-  items.reserve(map.size());
-  for (auto& [key, entry] : map) {
-    if (!wanted(entry)) continue;
-    uint64_t prefix = 0;
-    for (size_t i = 0; i < 8; ++i)
-      prefix = prefix << 8 | (i < key.size() ? static_cast<unsigned char>(key[i]) : 0u);
-    items.push_back(Item{prefix, key, &entry});
-  }
-  std::sort(items.begin(), items.end(), [](const Item& a, const Item& b) {
-    return a.prefix != b.prefix ? a.prefix < b.prefix : a.key < b.key;
-  });
-  std::vector<Entry*> out;
-  out.reserve(items.size());
-  for (const Item& it : items) out.push_back(it.entry);
-  return out;
-}
-
-}  // namespace
-
 void VerificacaoRegistro_0100(Run& run, int src_line) {
   if (run.log.On(5))
     run.log.Write(5, "  VerificacaoRegistro_0100(0x%08x) Linha fonte: %d\n", Addr(&run.ctx),
@@ -331,20 +275,22 @@ void VerificacaoRegistro_0100(Run& run, int src_line) {
   // have a 1120 or 1220 saying where its operations went; one it never
   // names is reported unless exempt.
   auto uf_finding = [&](const ClientEntry& c) {
-    return c.referenced && !c.uf.empty() && c.uf != uf_fisco && !c.has_1120 && !c.has_1220 &&
+    return c.referenced && !c.uf().empty() && c.uf() != uf_fisco && !c.has_1120 && !c.has_1220 &&
            run.ctx.finalidade != 3;
   };
   auto wanted = [&](const ClientEntry& c) { return c.referenced ? uf_finding(c) : !c.exempt; };
-  for (ClientEntry* c : Sorted(run.block0.clients, wanted)) {
+  for (ClientEntry* c : run.block0.clients.InKeyOrder(wanted)) {
     if (run.TooManyErrors()) return;
     if (c->referenced) {
-      FieldRef f{t.fields[f0100::kUf].name, c->uf_column, c->uf, 2};
+      const std::string_view uf = c->uf();
+      FieldRef f{t.fields[f0100::kUf].name, c->uf_column, uf, 2};
       run.ReportAt(c->offset, c->line, kR0100, f0100::kUf, &f, MsgId::kUfClienteForaUfFisco,
-                   CampoNumero(f0100::kUf), c->uf, uf_fisco.c_str(), CampoNumero(f0000::kUfFisco));
+                   CampoNumero(f0100::kUf), uf, uf_fisco.c_str(), CampoNumero(f0000::kUfFisco));
     } else {
-      FieldRef f{t.fields[f0100::kCodCliente].name, c->code_column, c->code, Len(c->code)};
+      const std::string_view code = c->code;
+      FieldRef f{t.fields[f0100::kCodCliente].name, c->code_column, code, Len(code)};
       run.ReportAt(c->offset, c->line, kR0100, f0100::kCodCliente, &f, MsgId::kClienteSemReferencia,
-                   c->code);
+                   code);
     }
   }
 }
@@ -355,11 +301,12 @@ void VerificacaoRegistro_0200(Run& run, int src_line) {
 
   const RecordTypeDef& t = kRecordTypes[kR0200];
   auto unused = [](const DeviceEntry& d) { return !d.referenced; };
-  for (DeviceEntry* d : Sorted(run.block0.devices, unused)) {
+  for (DeviceEntry* d : run.block0.devices.InKeyOrder(unused)) {
     if (run.TooManyErrors()) return;
-    FieldRef f{t.fields[f0200::kCodMcapt].name, d->code_column, d->code, Len(d->code)};
+    const std::string_view code = d->code;
+    FieldRef f{t.fields[f0200::kCodMcapt].name, d->code_column, code, Len(code)};
     run.ReportAt(d->offset, d->line, kR0200, f0200::kCodMcapt, &f, MsgId::kMcaptSemReferencia,
-                 d->code);
+                 code);
   }
 }
 

@@ -8,41 +8,47 @@
 #include <string>
 #include <string_view>
 
-#include "absl/container/flat_hash_map.h"
 #include "rules/intern.hpp"
+#include "rules/registry.hpp"
 
 namespace volp {
 
 struct Run;
 struct Record;
 
+// A client (0100). The registry stores COD_CLIENTE, then UF (field 09), then
+// the CPF (field 04) of a client identified by CPF only, one behind the other:
+// `code` addresses all three. Columns fit 16 bits: a record is at most 9,999
+// bytes long.
 struct ClientEntry {
-  std::string_view code;  // COD_CLIENTE (interned)
-  int64_t offset = 0;     // the 0100's position and line
+  TextRef code;        // COD_CLIENTE, followed by UF and the CPF
+  int64_t offset = 0;  // the 0100's position and line
   int64_t line = 0;
-  int32_t code_column = 0;  // column of COD_CLIENTE in that line
-  int32_t uf_column = 0;    // column of UF (field 09) in that line
-  std::string_view uf;      // field 09
-  std::string_view cpf;     // field 04 when the client is identified by CPF only
-  bool referenced = false;  // named by some block 1 record
-  bool exempt = false;      // exempt from the no-reference check
-  bool has_1120 = false;
-  bool has_1220 = false;
-  bool dest_matches_fisco = false;  // a 1120/1220 went through the UF rule
-  std::string_view last_uf_dest;    // last UF_DEST accepted through the client's own UF
+  TextRef last_uf_dest;         // last UF_DEST accepted through the client's own UF
+  int16_t code_column = 0;      // column of COD_CLIENTE in that line
+  int16_t uf_column = 0;        // column of UF (field 09) in that line
+  bool referenced : 1 = false;  // named by some block 1 record
+  bool exempt : 1 = false;      // exempt from the no-reference check
+  bool has_1120 : 1 = false;
+  bool has_1220 : 1 = false;
+  bool dest_matches_fisco : 1 = false;  // a 1120/1220 went through the UF rule
+  bool by_cpf : 1 = false;              // identified by CPF only: the CPF is stored
+
+  std::string_view uf() const { return code.Next().view(); }
+  std::string_view cpf() const { return by_cpf ? code.Next().Next().view() : std::string_view(); }
 };
 
 struct DeviceEntry {
-  std::string_view code;  // COD_MCAPT (interned)
+  TextRef code;  // COD_MCAPT
   int64_t offset = 0;
   int64_t line = 0;
-  int32_t code_column = 0;
-  int32_t tipo_tecn = 0;
+  int16_t code_column = 0;
+  int8_t tipo_tecn = 0;
   bool referenced = false;
 };
 
 struct PartnerEntry {
-  std::string_view code;  // COD_IP_PAR (interned)
+  TextRef code;  // COD_IP_PAR
   int64_t offset = 0;
   int64_t line = 0;
   bool referenced = false;
@@ -55,41 +61,38 @@ struct RegisteredAt {
   int64_t line = 0;
 };
 
+// A key that only needs to be unique, with its first record's place.
+struct UniqueKey {
+  TextRef code;
+  RegisteredAt first;
+};
+
 struct Block0State {
-  Arena arena;
-  KeyMap<ClientEntry> clients;
-  KeyMap<DeviceEntry> devices;
-  KeyMap<PartnerEntry> partners;
+  Registry<ClientEntry> clients;
+  Registry<DeviceEntry> devices;
+  Registry<PartnerEntry> partners;
 
   // A VAN (0105) is registered once per client: key "COD_CLIENTE|CNPJ da VAN",
   // the client being the one of the 0100 that precedes the 0105.
-  KeyMap<RegisteredAt> vans;
+  Registry<UniqueKey> vans{64 * 1024};
   // A physical terminal is registered once whatever its COD_MCAPT: key
   // "NUM_LOG|Marca" of the 0200.
-  KeyMap<RegisteredAt> terminals;
+  Registry<UniqueKey> terminals;
   // Institutions authorised by the declarant (0600), by CNPJ.
-  KeyMap<RegisteredAt> authorised;
+  Registry<UniqueKey> authorised{64 * 1024};
 
-  // COD_CLIENTE of the last 0100 read (interned; empty before the first or
-  // when that 0100 had no code): the owner of the 0105 records that follow.
-  std::string_view current_client;
+  // COD_CLIENTE of the last 0100 read (empty before the first or when that
+  // 0100 had no code): the owner of the 0105 records that follow.
+  TextRef current_client;
   // 0100 records validated so far (a finalidade 3 file declares one).
   int64_t client_records = 0;
   // Scratch space for composite keys; keeps its capacity between records.
   std::string key_buf;
 
-  ClientEntry* FindClient(std::string_view code) {
-    auto it = clients.find(code);
-    return it == clients.end() ? nullptr : &it->second;
-  }
-  DeviceEntry* FindDevice(std::string_view code) {
-    auto it = devices.find(code);
-    return it == devices.end() ? nullptr : &it->second;
-  }
-  PartnerEntry* FindPartner(std::string_view code) {
-    auto it = partners.find(code);
-    return it == partners.end() ? nullptr : &it->second;
-  }
+  // Entries never move: the pointers stay good for the whole run.
+  ClientEntry* FindClient(std::string_view code) { return clients.Find(code); }
+  DeviceEntry* FindDevice(std::string_view code) { return devices.Find(code); }
+  PartnerEntry* FindPartner(std::string_view code) { return partners.Find(code); }
 };
 
 void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line);

@@ -199,11 +199,12 @@ struct Block1State {
 
   // Number of 1110 per CNPJ_ADQUI.
   KeyMap<int64_t> adquirentes;
-  // Texts kept for the whole run (acquirer CNPJs, CPFs, UF_DEST values).
+  // Texts kept for the whole run (acquirer CNPJs, UF_DEST values).
   Arena arena{64 * 1024};
-  KeySet ufs;  // interned UF_DEST texts
+  KeyMap<TextRef> ufs;  // UF_DEST values, each stored once
 
-  // CPF accumulator, by the CPF text.
+  // CPF accumulator, by the CPF text (a view of the client's registry entry,
+  // which lives as long as the run).
   KeyMap<CpfTotals> cpfs;
   std::vector<CpfContribution> cpf_contributions;
 

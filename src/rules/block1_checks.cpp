@@ -121,7 +121,7 @@ void VerificacaoRegistro_1100_TransacoesComCPF(Run& run, int src_line) {
     for (int32_t i = t->first; i >= 0; i = b.cpf_contributions[i].next) {
       if (run.TooManyErrors()) return;
       const CpfContribution& c = b.cpf_contributions[i];
-      const FieldRef ref{campo.name, c.column, c.client->code, c.length};
+      const FieldRef ref{campo.name, c.column, c.client->code.view(), c.length};
       // Negated: the finding names COD_CLIENTE but is about the whole 1100.
       const int field = -f1100::kCodCliente;
       if (valor && qtd) {

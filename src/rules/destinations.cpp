@@ -26,27 +26,39 @@ static_assert(int{f1220::kUfDest} == D::kUfDest && int{f1220::kCnpjDest} == D::k
               int{f1220::kCpfDest} == D::kCpfDest && int{f1220::kIdDest} == D::kIdDest);
 
 // The UF rule of 1120 and 1220: true when the record must be reported. A
-// destination that passes the rule marks the client (`has_dest`: its
-// has-1120 or has-1220 flag), which exempts it from the end-of-file UF check
+// destination that passes the rule marks the client (its has-1120 flag, or
+// has-1220 when `is_1220`), which exempts it from the end-of-file UF check
 // of 0100; one that does not pass (or is not judged at all: no current
 // client, a client without UF, no UF_DEST) exempts nobody.
-bool UfDestinoRecusada(Run& run, const Record& rec, bool ClientEntry::*has_dest) {
+bool UfDestinoRecusada(Run& run, const Record& rec, bool is_1220) {
   ClientEntry* client = run.block1.current_client;
-  if (client == nullptr || client->uf.empty() || !Filled(rec, D::kUfDest)) return false;
+  if (client == nullptr || !Filled(rec, D::kUfDest)) return false;
+  const std::string_view uf = client->uf();
+  if (uf.empty()) return false;
   const std::string_view uf_dest = Text(rec, D::kUfDest);
   const std::string_view fisco = run.ctx.uf_fisco;
-  if (uf_dest == fisco) {
+  auto pass = [&] {
     client->dest_matches_fisco = true;
-    client->*has_dest = true;
+    if (is_1220) {
+      client->has_1220 = true;
+    } else {
+      client->has_1120 = true;
+    }
+  };
+  if (uf_dest == fisco) {
+    pass();
     return false;
   }
-  if (client->uf == fisco) {
-    client->dest_matches_fisco = true;
-    client->*has_dest = true;
+  if (uf == fisco) {
+    pass();
+    // UF_DEST values are few: each is stored once for all clients.
     Block1State& b = run.block1;
     auto it = b.ufs.find(uf_dest);
-    if (it == b.ufs.end()) it = b.ufs.insert(b.arena.Copy(uf_dest)).first;
-    client->last_uf_dest = *it;
+    if (it == b.ufs.end()) {
+      const TextRef stored = b.arena.Intern(uf_dest);
+      it = b.ufs.emplace(stored.view(), stored).first;
+    }
+    client->last_uf_dest = it->second;
     return false;
   }
   return run.ctx.finalidade != 3;
@@ -55,8 +67,9 @@ bool UfDestinoRecusada(Run& run, const Record& rec, bool ClientEntry::*has_dest)
 void ReportarUfDestino(Run& run, const Record& rec, const char* code) {
   const ClientEntry* c = run.block1.current_client;
   run.Report(rec, D::kUfDest, MsgId::kUfDestForaUfFisco, CampoNumero(D::kUfDest), code,
-             Text(rec, D::kUfDest), CampoNumero(f0100::kUf), c->code, c->uf, Milhar(c->line),
-             Milhar(c->offset), run.ctx.uf_fisco.c_str(), CampoNumero(f0000::kUfFisco));
+             Text(rec, D::kUfDest), CampoNumero(f0100::kUf), c->code.view(), c->uf(),
+             Milhar(c->line), Milhar(c->offset), run.ctx.uf_fisco.c_str(),
+             CampoNumero(f0000::kUfFisco));
 }
 
 // The recipient of a destination record: exactly one of CNPJ_DEST, CPF_DEST
@@ -99,7 +112,7 @@ void ValidarRegistro_1120(Run& run, Record& rec, int prev_type, int src_line) {
   Block1State& b = run.block1;
 
   // 1.
-  if (UfDestinoRecusada(run, rec, &ClientEntry::has_1120)) ReportarUfDestino(run, rec, "1120");
+  if (UfDestinoRecusada(run, rec, false)) ReportarUfDestino(run, rec, "1120");
 
   // 2. One recipient: a CNPJ, a CPF, or an identification for neither.
   constexpr int kCnpj = CampoNumero(f1120::kCnpjDest), kCpf = CampoNumero(f1120::kCpfDest),
@@ -129,7 +142,7 @@ void ValidarRegistro_1220(Run& run, Record& rec, int prev_type, int src_line) {
 
   // The client is the current one, that of the last 1100: the 1200 above
   // only marks its own client as referenced.
-  if (UfDestinoRecusada(run, rec, &ClientEntry::has_1220)) ReportarUfDestino(run, rec, "1220");
+  if (UfDestinoRecusada(run, rec, true)) ReportarUfDestino(run, rec, "1220");
 
   const Destinatario d = JulgarDestinatario(rec);
   if (d.cnpj_e_cpf) run.Report(rec, f1220::kCpfDest, MsgId::kCnpjECpfDest1220);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -18,6 +19,58 @@
 #include "absl/container/flat_hash_set.h"
 
 namespace volp {
+
+// A text stored behind its length (seven bits per byte, the high bit saying
+// another length byte follows): one pointer addresses both, half the size of
+// a string_view. The null reference is the empty text.
+class TextRef {
+ public:
+  TextRef() = default;
+  explicit TextRef(const char* stored) : p_(stored) {}
+
+  std::string_view view() const {
+    if (p_ == nullptr) return {};
+    size_t skip = 0;
+    const size_t n = Length(skip);
+    return {p_ + skip, n};
+  }
+  operator std::string_view() const { return view(); }
+  bool empty() const { return view().empty(); }
+  // The text stored right after this one by the same Arena::Intern call.
+  TextRef Next() const {
+    size_t skip = 0;
+    const size_t n = Length(skip);
+    return TextRef(p_ + skip + n);
+  }
+
+  // Bytes that Put() writes for `s`.
+  static size_t StoredSize(std::string_view s) {
+    size_t n = 1;
+    for (size_t v = s.size(); v >= 0x80; v >>= 7) ++n;
+    return n + s.size();
+  }
+  // Writes `s` behind its length at `out`; returns the byte after it.
+  static char* Put(char* out, std::string_view s) {
+    size_t v = s.size();
+    for (; v >= 0x80; v >>= 7) *out++ = static_cast<char>((v & 0x7F) | 0x80);
+    *out++ = static_cast<char>(v);
+    if (!s.empty()) std::memcpy(out, s.data(), s.size());
+    return out + s.size();
+  }
+
+ private:
+  size_t Length(size_t& skip) const {
+    const auto* u = reinterpret_cast<const unsigned char*>(p_);
+    size_t n = 0;
+    int shift = 0;
+    for (skip = 0;; shift += 7) {
+      const unsigned char b = u[skip++];
+      n |= static_cast<size_t>(b & 0x7F) << shift;
+      if (b < 0x80) return n;
+    }
+  }
+  const char* p_ = nullptr;
+};
 
 class Arena {
  public:
@@ -34,6 +87,11 @@ class Arena {
     chunks_.clear();
     cur_ = end_ = nullptr;
   }
+  // Copies `first` and then `rest`, each behind its length, in one piece of
+  // memory, and returns the first: TextRef::Next() then walks to the others.
+  // A registry entry keeps a single pointer for its key and the texts that
+  // come with it.
+  TextRef Intern(std::string_view first, std::initializer_list<std::string_view> rest = {});
 
  private:
   void Grow(size_t need) {
@@ -47,6 +105,16 @@ class Arena {
   char* cur_ = nullptr;
   char* end_ = nullptr;
 };
+
+inline TextRef Arena::Intern(std::string_view first, std::initializer_list<std::string_view> rest) {
+  size_t need = TextRef::StoredSize(first);
+  for (std::string_view t : rest) need += TextRef::StoredSize(t);
+  if (static_cast<size_t>(end_ - cur_) < need) Grow(need);
+  TextRef stored(cur_);
+  cur_ = TextRef::Put(cur_, first);
+  for (std::string_view t : rest) cur_ = TextRef::Put(cur_, t);
+  return stored;
+}
 
 // Hash of a key text, inlined where the maps are probed (a lookup per
 // record in block 1): 16 bytes at a time folded in with one 64x64->128

@@ -39,7 +39,7 @@ int32_t AnoMes(std::string_view date) {
 int32_t ProximoMes(int32_t am) { return am % 100 == 12 ? (am / 100 + 1) * 100 + 1 : am + 1; }
 
 void ReportarMesFaltante(Run& run, const Record& rec, int32_t am, const ClientEntry* c) {
-  run.Report(rec, 0, MsgId::kMesFaltante, am % 100, am / 100, c->code);
+  run.Report(rec, 0, MsgId::kMesFaltante, am % 100, am / 100, c->code.view());
 }
 
 // The month registration of a 1100 of finalidade 3 for (current client, the
@@ -96,11 +96,8 @@ void b1::VarrerMeses(Run& run, const Record& rec) {
   const int32_t fim = AnoMes(run.ctx.dt_fin);
   if (inicio == 0 || fim == 0) return;
 
-  std::vector<const ClientEntry*> clients;
-  clients.reserve(run.block0.clients.size());
-  for (const auto& [code, entry] : run.block0.clients) clients.push_back(&entry);
-  std::sort(clients.begin(), clients.end(),
-            [](const ClientEntry* a, const ClientEntry* b) { return a->code < b->code; });
+  const std::vector<ClientEntry*> clients =
+      run.block0.clients.InKeyOrder([](const ClientEntry&) { return true; });
 
   Block1State& b = run.block1;
   for (const ClientEntry* c : clients) {
@@ -118,9 +115,7 @@ namespace {
 void AcumularCpf(Run& run, const Record& rec, int64_t valor, int64_t qtd) {
   Block1State& b = run.block1;
   const ClientEntry* client = b.current_client;
-  auto it = b.cpfs.find(client->cpf);
-  if (it == b.cpfs.end()) it = b.cpfs.emplace(b.arena.Copy(client->cpf), CpfTotals{}).first;
-  CpfTotals& t = it->second;
+  CpfTotals& t = b.cpfs[client->cpf()];
   if (t.reached) return;
 
   CpfContribution c;
@@ -152,7 +147,7 @@ void ValidarRegistro_1001(Run& run, Record& rec, int prev_type, int src_line) {
   // then reported for lacking references.
   const Field& ind_mov = rec.fields[f1001::kIndMov];
   if (ind_mov.valid && LerDigitos(ind_mov.text) == 0) {
-    for (auto& [code, client] : run.block0.clients) client.exempt = true;
+    run.block0.clients.ForEach([](ClientEntry& client) { client.exempt = true; });
   }
 }
 
@@ -296,7 +291,7 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
     run.Report(rec, F::kQtd, MsgId::kQtdZero, CampoNumero(F::kQtd), rec.def(F::kQtd).name);
 
   // 11. Clients identified by CPF are declared only above a monthly minimum.
-  if (!extemporaneo && b.current_client != nullptr && !b.current_client->cpf.empty()) {
+  if (!extemporaneo && b.current_client != nullptr && !b.current_client->cpf().empty()) {
     AcumularCpf(run, rec, valor, last.qtd);
   }
 }
