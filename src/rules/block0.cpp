@@ -188,7 +188,10 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
   device->offset = run.ctx.offset;
   device->line = run.ctx.line;
   device->code_column = static_cast<int16_t>(code.column);
-  device->tipo_tecn = static_cast<int8_t>(tipo < 0 ? 0 : tipo);
+  // The entry keeps TIPO_TECN in a byte: a longer, wrong text (263) must not
+  // wrap around to a meaningful type (7), so larger values stay at 127, which
+  // means nothing.
+  device->tipo_tecn = static_cast<int8_t>(tipo < 0 ? 0 : (tipo > 127 ? 127 : tipo));
   // A new code for a terminal (logical number and brand) already declared
   // under another code is the same device registered twice.
   if (rec.fields[f0200::kNumLog].filled) {
