@@ -48,7 +48,9 @@ void MatchesExactKeys(uint32_t seed) {
     const Seen* first = tags.FindOrInsert(key, Seen{line});
     const auto [it, inserted] = exact.emplace(key, line);
     ASSERT_EQ(first == nullptr, inserted) << "key [" << key << "] line " << line;
-    if (first != nullptr) ASSERT_EQ(first->line, it->second) << "key [" << key << "]";
+    if (first != nullptr) {
+      ASSERT_EQ(first->line, it->second) << "key [" << key << "]";
+    }
     ASSERT_EQ(tags.size(), exact.size());
   }
 }

@@ -65,7 +65,7 @@ std::string_view PairKey(Block0State& st, std::string_view a, std::string_view b
 
 // UF, municipality and CEP agree (only when the UF itself is usable).
 void CheckUf(Run& run, Record& rec, int cep, int mun, int uf) {
-  const Field& f = rec.fields[uf];
+  const Field f = rec.field(uf);
   if (f.filled && f.valid) VerificarUfMunicipioCep(run, rec, cep, mun, uf);
 }
 
@@ -91,7 +91,7 @@ void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
 
   CheckUf(run, rec, f0100::kCep, f0100::kCodMun, f0100::kUf);
 
-  const Field& ind_sub = rec.fields[f0100::kIndSub];
+  const Field ind_sub = rec.field(f0100::kIndSub);
   if (ind_sub.filled) {
     int v = CodeValue(ind_sub.text);
     if (v != 0 && v != 1) {
@@ -100,7 +100,7 @@ void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
     }
   }
 
-  const Field& code = rec.fields[f0100::kCodCliente];
+  const Field code = rec.field(f0100::kCodCliente);
   st.current_client = {};
   if (code.filled) {
     auto [entry, added] = Register(st.arena, st.clients, code.text, [&](std::string_view interned) {
@@ -109,9 +109,9 @@ void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
       e.offset = run.ctx.offset;
       e.line = run.ctx.line;
       e.code_column = code.column;
-      e.uf_column = rec.fields[f0100::kUf].column;
+      e.uf_column = rec.column(f0100::kUf);
       e.uf = st.arena.Copy(Text(rec, f0100::kUf));
-      if (rec.fields[f0100::kCpf].filled && !rec.fields[f0100::kCnpj].filled)
+      if (rec.filled(f0100::kCpf) && !rec.filled(f0100::kCnpj))
         e.cpf = st.arena.Copy(Text(rec, f0100::kCpf));
       return e;
     });
@@ -141,7 +141,7 @@ void ValidarRegistro_0105(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
 
-  const Field& cnpj = rec.fields[f0105::kCnpjVan];
+  const Field cnpj = rec.field(f0105::kCnpjVan);
   if (cnpj.filled) {
     auto [first, added] = Register(st.arena, st.vans, PairKey(st, st.current_client, cnpj.text),
                                    [&](std::string_view) { return Here(run); });
@@ -154,7 +154,7 @@ void ValidarRegistro_0105(Run& run, Record& rec, int prev_type, int src_line) {
   // January 2023 on. The period dates are AAAAMMDD text, so comparing them
   // with "202301" byte by byte orders them by year and month ("20230101" is
   // already greater).
-  const Field& qtd = rec.fields[f0105::kQtdTransac];
+  const Field qtd = rec.field(f0105::kQtdTransac);
   if ((!qtd.filled || !qtd.valid) && run.ctx.dt_ini > "202301" && run.ctx.dt_fin > "202301") {
     run.Report(rec, f0105::kQtdTransac, MsgId::kQtdTransacObrigatoria,
                CampoNumero(f0105::kQtdTransac), rec.def(f0105::kQtdTransac).name);
@@ -166,8 +166,8 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
 
-  const Field& tecn = rec.fields[f0200::kTipoTecn];
-  const Field& prop = rec.fields[f0200::kTermProp];
+  const Field tecn = rec.field(f0200::kTipoTecn);
+  const Field prop = rec.field(f0200::kTermProp);
   const int tipo = tecn.filled ? CodeValue(tecn.text) : -1;
   const int term = prop.filled ? CodeValue(prop.text) : -1;
   constexpr int kNumTermProp = CampoNumero(f0200::kTermProp);
@@ -182,12 +182,12 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
     run.Report(rec, f0200::kTermProp, MsgId::kTermPropEcommerce, kNumTermProp, prop.text);
   if (tipo == 7 && prop.filled && term != 1)
     run.Report(rec, f0200::kTermProp, MsgId::kTermPropDinheiro, kNumTermProp, prop.text);
-  if (term == 1 && !rec.fields[f0200::kMarca].filled) {
+  if (term == 1 && !rec.filled(f0200::kMarca)) {
     run.Report(rec, f0200::kMarca, MsgId::kMarcaObrigatoria, kNumTermProp,
                CampoNumero(f0200::kMarca));
   }
 
-  const Field& code = rec.fields[f0200::kCodMcapt];
+  const Field code = rec.field(f0200::kCodMcapt);
   if (!code.filled) return;
   auto [device, added] = Register(st.arena, st.devices, code.text, [&](std::string_view interned) {
     DeviceEntry e;
@@ -205,7 +205,7 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
   }
   // A new code for a terminal (logical number and brand) already declared
   // under another code is the same device registered twice.
-  if (rec.fields[f0200::kNumLog].filled) {
+  if (rec.filled(f0200::kNumLog)) {
     auto [first, new_terminal] = Register(
         st.arena, st.terminals, PairKey(st, Text(rec, f0200::kNumLog), Text(rec, f0200::kMarca)),
         [&](std::string_view) { return Here(run); });
@@ -222,7 +222,7 @@ void ValidarRegistro_0300(Run& run, Record& rec, int prev_type, int src_line) {
 
   CheckUf(run, rec, f0300::kCep, f0300::kCodMun, f0300::kUf);
 
-  const Field& code = rec.fields[f0300::kCodIpPar];
+  const Field code = rec.field(f0300::kCodIpPar);
   if (!code.filled) return;
   auto [partner, added] =
       Register(st.arena, st.partners, code.text, [&](std::string_view interned) {
@@ -245,7 +245,7 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
 
   CheckUf(run, rec, f0600::kCep, f0600::kCodMun, f0600::kUf);
 
-  const Field& autoriz = rec.fields[f0600::kTpAutoriz];
+  const Field autoriz = rec.field(f0600::kTpAutoriz);
   if (autoriz.filled) {
     int v = CodeValue(autoriz.text);
     if (v != 1 && v != 2) {
@@ -254,7 +254,7 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
     }
   }
 
-  const Field& cnpj = rec.fields[f0600::kCnpj];
+  const Field cnpj = rec.field(f0600::kCnpj);
   if (cnpj.filled) {
     auto [first, added] =
         Register(st.arena, st.authorised, cnpj.text, [&](std::string_view) { return Here(run); });
@@ -263,7 +263,7 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
     }
   }
 
-  const Field& transac = rec.fields[f0600::kTpTransac];
+  const Field transac = rec.field(f0600::kTpTransac);
   if (transac.filled) {
     int v = CodeValue(transac.text);
     if (v != 0 && v != 1) {
@@ -274,8 +274,8 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
 
   // Dates are AAAAMMDD, so text order is date order. The end of the
   // authorisation must come strictly after its start.
-  const Field& ini = rec.fields[f0600::kDtIniAut];
-  const Field& fim = rec.fields[f0600::kDtFimAut];
+  const Field ini = rec.field(f0600::kDtIniAut);
+  const Field fim = rec.field(f0600::kDtFimAut);
   if (ini.filled && fim.filled && fim.text <= ini.text) {
     run.Report(rec, f0600::kDtFimAut, MsgId::kDtFimAutAntesDtIniAut, CampoNumero(f0600::kDtFimAut),
                rec.def(f0600::kDtFimAut).name, CampoNumero(f0600::kDtIniAut),

@@ -61,10 +61,10 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
   last.cod_mcapt_filled = Filled(rec, D::kCodMcapt);
   last.dt_op_filled = Filled(rec, D::kDtOp);
   last.cnpj_adqui_filled = Filled(rec, D::kCnpjAdqui);
-  last.cnpj_adqui_field.Set(rec.fields[D::kCnpjAdqui]);
+  last.cnpj_adqui_field.Set(rec.field(D::kCnpjAdqui));
   last.in_distintos = false;
   last.valor = 0;
-  last.valor_field.Set(rec.fields[D::kValor]);
+  last.valor_field.Set(rec.field(D::kValor));
 
   // 1. The capture device.
   const std::string_view mcapt = Text(rec, D::kCodMcapt);
@@ -131,7 +131,7 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
   // of the 1110 before it, which the closing of this day then compares.
   if (!Filled(rec, D::kQtd)) return;
   last.qtd = LerDigitos(Text(rec, D::kQtd));
-  last.qtd_field.Set(rec.fields[D::kQtd]);
+  last.qtd_field.Set(rec.field(D::kQtd));
   if (last.qtd == 0 && ctx.finalidade != 3)
     run.Report(rec, D::kQtd, MsgId::kQtdZero, CampoNumero(D::kQtd), rec.def(D::kQtd).name);
   Acumular(b.contadores_1110.qtd, last.qtd);
