@@ -120,7 +120,7 @@ class TagSet {
   std::unique_ptr<char[]> bytes_;  // the keys of the group, one after another
   size_t bytes_capacity_ = 0;
   size_t used_bytes_ = 0;
-  [[no_unique_address]] Hash hash_;
+  Hash hash_;
 };
 
 }  // namespace volp
