@@ -63,8 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Check(fl[i].field_number == ql[i].field_number, "field of a finding");
   }
   for (int i = 0; i < volp::kRecordTypes[a].field_count; ++i) {
-    Check(full.rec.fields[i].filled == quick.rec.fields[i].filled, "filled mark");
-    Check(full.rec.fields[i].valid == quick.rec.fields[i].valid, "valid mark");
+    Check(full.rec.filled(i) == quick.rec.filled(i), "filled mark");
+    Check(full.rec.valid(i) == quick.rec.valid(i), "valid mark");
   }
   return 0;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/record_types.hpp"
+#include "fields/shapes.hpp"
 #include "support.hpp"
 
 namespace volp {
@@ -195,8 +196,8 @@ TEST(FieldAnalysis, FindingsAndMarks) {
   EXPECT_EQ(f.column, static_cast<int>(line.find(bad)) + 1);
   EXPECT_EQ(f.content, bad);
   EXPECT_EQ(f.length, static_cast<int>(bad.size()));
-  EXPECT_FALSE(fx.rec.fields[5].valid);
-  EXPECT_TRUE(fx.rec.fields[4].valid && fx.rec.fields[4].filled);
+  EXPECT_FALSE(fx.rec.valid(5));
+  EXPECT_TRUE(fx.rec.valid(4) && fx.rec.filled(4));
 
   test::RunFixture few;
   ASSERT_EQ(few.Split("|0001|"), kR0001);
@@ -204,13 +205,13 @@ TEST(FieldAnalysis, FindingsAndMarks) {
   ASSERT_EQ(few.ps.findings.list.size(), 2u);
   EXPECT_EQ(few.ps.findings.list[0].message, "Registro '0001' tem 1 campos mas deveria ter 2.");
   EXPECT_EQ(few.ps.findings.list[0].field_number, 0);
-  EXPECT_FALSE(few.rec.fields[1].filled || few.rec.fields[1].valid);
+  EXPECT_FALSE(few.rec.filled(1) || few.rec.valid(1));
 
   test::RunFixture optional;
   ASSERT_EQ(optional.Split(With(k1110, 5, "")), kR1110);
   AnalisarRegistro(optional.run, optional.rec);
   EXPECT_TRUE(optional.ps.findings.list.empty());
-  EXPECT_TRUE(!optional.rec.fields[5].filled && optional.rec.fields[5].valid);
+  EXPECT_TRUE(!optional.rec.filled(5) && optional.rec.valid(5));
 }
 
 // The shortcut for plainly good fields decides nothing AnalisarCampo would
@@ -241,8 +242,8 @@ TEST(FieldAnalysis, ShortcutAgreesWithTheFullChecks) {
       AnalisarRegistro(quick.run, quick.rec);
       ASSERT_EQ(full.Messages(), quick.Messages()) << line;
       for (int i = 0; i < kRecordTypes[type].field_count; ++i) {
-        ASSERT_EQ(full.rec.fields[i].filled, quick.rec.fields[i].filled) << line << " " << i;
-        ASSERT_EQ(full.rec.fields[i].valid, quick.rec.fields[i].valid) << line << " " << i;
+        ASSERT_EQ(full.rec.filled(i), quick.rec.filled(i)) << line << " " << i;
+        ASSERT_EQ(full.rec.valid(i), quick.rec.valid(i)) << line << " " << i;
       }
     }
   }
@@ -275,6 +276,27 @@ TEST(FieldAnalysis, EmailAgreesWithTheRegularExpression) {
     EXPECT_EQ(EmailValido(s), want) << "[" << s << "]";
   }
   EXPECT_GT(accepted, 300);
+}
+
+TEST(Shapes, WordDigitTestAgreesWithAByteLoop) {
+  // The digit test reads eight or four bytes at once; the bytes next to the
+  // digits ('/', ':'), their high-bit twins (0xB0-0xB9) and the bytes whose
+  // carry or borrow could spill into the next byte of the word must all be
+  // told apart from digits, wherever they sit and whatever the length.
+  const std::string kBytes = std::string("0123456789/:") + "\xB0\xB9\xFF\x80\x7F" + '\0' + " ,";
+  std::mt19937 rng(5);
+  const std::string padding(16, 'x');
+  for (int round = 0; round < 200000; ++round) {
+    const size_t len = rng() % 21;
+    std::string text(len, '7');
+    for (char& c : text) c = rng() % 3 == 0 ? kBytes[rng() % kBytes.size()] : '0' + rng() % 10;
+    bool digits = true;
+    for (char c : text) digits = digits && c >= '0' && c <= '9';
+    // Non-digits around the text: a read past either end would be seen.
+    const std::string framed = padding + text + padding;
+    ASSERT_EQ(forma::AllDigits(std::string_view(framed).substr(16, len)), digits)
+        << "[" << text << "]";
+  }
 }
 
 }  // namespace

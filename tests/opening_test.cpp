@@ -176,7 +176,6 @@ TEST(Opening, UfCheckNamesTheCallersRecord) {
   RunFixture fx;
   ASSERT_EQ(fx.Split("|0100|C1|11222333000181||Loja|Rua B|20040002|3550308|RJ||||20200101||"),
             kR0100);
-  for (Field& f : fx.rec.fields) f.filled = !f.text.empty();
   VerificarUfMunicipioCep(fx.run, fx.rec, 6, 7, 8);
   EXPECT_EQ(RuleFindings(fx), Findings{OtherUf(8, "COD_MUN - Código IBGE do município", "3550308",
                                                "SP", "RJ", "0100", 9)});

@@ -82,7 +82,7 @@ TEST(Splitter, FramingAndTokens) {
     EXPECT_EQ(fx.SplitRaw(c.line), c.type) << c.line;
     EXPECT_EQ(fx.Messages(), c.messages) << c.line;
     for (size_t i = 0; i < c.fields.size(); ++i)
-      EXPECT_EQ(fx.rec.fields[i].text, c.fields[i]) << c.line << " field " << i;
+      EXPECT_EQ(fx.rec.text(i), c.fields[i]) << c.line << " field " << i;
   }
 }
 
@@ -111,7 +111,7 @@ TEST(Splitter, AgreesWithAPlainSplitOnRandomLines) {
     EXPECT_EQ(fx.rec.has_control, control) << body;
     const int stored = std::min<int>(static_cast<int>(tokens.size()) - 1, 10);
     ASSERT_EQ(fx.rec.found, stored) << body;
-    for (int i = 0; i < stored; ++i) EXPECT_EQ(fx.rec.fields[i].text, tokens[i + 1]) << body;
+    for (int i = 0; i < stored; ++i) EXPECT_EQ(fx.rec.text(i), tokens[i + 1]) << body;
   }
 }
 
@@ -119,15 +119,15 @@ TEST(Splitter, ColumnsAndPadding) {
   test::RunFixture fx;
   ASSERT_EQ(fx.Split("|1001|1|"), kR1001);
   EXPECT_EQ(fx.rec.found, 2);
-  EXPECT_EQ(fx.rec.fields[0].column, 2);
-  EXPECT_EQ(fx.rec.fields[1].column, 7);
+  EXPECT_EQ(fx.rec.column(0), 2);
+  EXPECT_EQ(fx.rec.column(1), 7);
 
   // Missing fields are empty, length 1, at the column before the final token.
   ASSERT_EQ(fx.Split("|0005|Nome|"), kR0005);
   EXPECT_EQ(fx.rec.found, 2);
-  EXPECT_TRUE(fx.rec.fields[2].text.empty());
-  EXPECT_EQ(fx.rec.fields[2].length, 1);
-  EXPECT_EQ(fx.rec.fields[8].column, 10);
+  EXPECT_TRUE(fx.rec.text(2).empty());
+  EXPECT_EQ(fx.rec.length(2), 1);
+  EXPECT_EQ(fx.rec.column(8), 10);
 }
 
 TEST(Splitter, FieldOf255CharactersIsReported) {
@@ -163,7 +163,7 @@ std::string SplitOutcome(const test::RunFixture& fx, int type) {
                     " control=" + std::to_string(fx.rec.has_control) + "\n";
   if (type >= 0) {
     for (int i = 0; i < fx.rec.field_count(); ++i) {
-      const Field& f = fx.rec.fields[i];
+      const Field& f = fx.rec.field(i);
       out += std::string(f.text) + "@" + std::to_string(f.column) + "/" + std::to_string(f.length) +
              "\n";
     }
@@ -477,6 +477,68 @@ TEST(Run, MessageTemplatesByCode) {
   EXPECT_EQ(MessageTemplate("VOLP-NO-SUCH-CODE"), "");
   EXPECT_STREQ(StopReasonName(StopReason::kErrorLimit), "error-limit");
   EXPECT_STREQ(StopReasonName(StopReason::kNone), "complete");
+}
+
+// A field as the plain token walk describes it: the text between two pipes,
+// its 1-based column, its length; a field the line lacks is empty, of length
+// 1, at the column of the last pipe.
+struct PlainField {
+  std::string text;
+  int column;
+  int length;
+  bool operator==(const PlainField&) const = default;
+};
+
+// The fields of a line of a known type with `count` fields, the line end
+// cut as the frame check cuts it. A line with more fields than its layout
+// keeps the first `count`.
+std::vector<PlainField> PlainFields(std::string line, int count) {
+  if (line.size() >= 2 && line.compare(line.size() - 2, 2, "\r\n") == 0) {
+    line.resize(line.size() - 2);
+  } else if (!line.empty() && (line.back() == '\n' || line.back() == '\r')) {
+    line.pop_back();
+  }
+  std::vector<size_t> starts = {0};  // where each token begins
+  for (size_t p = 0; p < line.size(); ++p)
+    if (line[p] == '|') starts.push_back(p + 1);
+  auto token = [&](size_t k) {
+    const size_t end = k + 1 < starts.size() ? starts[k + 1] - 1 : line.size();
+    return line.substr(starts[k], end - starts[k]);
+  };
+  std::vector<PlainField> fields;
+  // Token 1 is the type, stored even when no pipe closes it; the others up
+  // to the final token are the fields.
+  const size_t last = std::max<size_t>(starts.size() - 1, 2);
+  for (size_t k = 1; k < last && static_cast<int>(fields.size()) < count; ++k) {
+    const std::string t = token(k);
+    fields.push_back({t, static_cast<int>(starts[k]) + 1, static_cast<int>(t.size())});
+  }
+  const int pad_column = static_cast<int>(starts.back()) - 1;
+  while (static_cast<int>(fields.size()) < count) fields.push_back({"", pad_column, 1});
+  return fields;
+}
+
+TEST(Splitter, FieldsAgreeWithAPlainTokenWalk) {
+  // Every field of every layout row, padded or not, from both ways of
+  // splitting, against texts, columns and lengths worked out token by token.
+  std::mt19937 rng(77);
+  test::RunFixture bytes, maps;
+  for (int i = 0; i < 4000; ++i) {
+    const std::string line = RandomLine(rng);
+    const int type = bytes.SplitRaw(line);
+    ASSERT_EQ(maps.SplitFromBits(line, rng() % 70, "|a"[rng() % 2]), type) << line;
+    if (type < 0) continue;
+    const std::vector<PlainField> want = PlainFields(line, kRecordTypes[type].field_count);
+    for (const test::RunFixture* fx : {&bytes, &maps}) {
+      const Record& rec = fx->rec;
+      for (int f = 0; f < rec.field_count(); ++f) {
+        const PlainField got{std::string(rec.text(f)), rec.column(f), rec.length(f)};
+        ASSERT_EQ(got, want[f]) << "line [" << line << "] field " << f;
+        ASSERT_EQ(rec.filled(f), !want[f].text.empty()) << "line [" << line << "] field " << f;
+        ASSERT_EQ(rec.valid(f), f == 0) << "line [" << line << "] field " << f;
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -117,11 +117,10 @@ VOLP_SEMPRE_INLINE bool SemAchado(const Atalho& a, std::string_view t, bool cont
 }
 
 // Inlined where the shortcut is a constant, so that only its own test is left.
+// (Whether the field is filled was noted by the split.)
 VOLP_SEMPRE_INLINE void Campo(Run& run, Record& rec, int i, const Atalho& a, bool control) {
-  Field& f = rec.fields[i];
-  if (SemAchado(a, f.text, control)) {
-    f.filled = !f.text.empty();
-    f.valid = true;
+  if (SemAchado(a, rec.text(i), control)) {
+    rec.valid_bits |= uint32_t{1} << i;
   } else {
     AnalisarCampo(run, rec, i);
   }

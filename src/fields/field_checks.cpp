@@ -42,7 +42,7 @@ const char* Plural(int n) { return n == 1 ? "" : "s"; }
 // valid for the rules that read it.
 template <class... A>
 void Reportar(Run& run, Record& rec, int i, MsgOf<A...> id, const A&... args) {
-  if (Message(id.id).severity >= kErro) rec.fields[i].valid = false;
+  if (Message(id.id).severity >= kErro) rec.set_valid(i, false);
   run.Report(rec, i, id, args...);
 }
 
@@ -51,7 +51,7 @@ void Reportar(Run& run, Record& rec, int i, MsgOf<A...> id, const A&... args) {
 // layout size less the comma and the decimals.
 void AnalisarDecimal(Run& run, Record& rec, int i) {
   const FieldDef& d = rec.def(i);
-  std::string_view t = rec.fields[i].text;
+  std::string_view t = rec.text(i);
   const int num = CampoNumero(i);
   size_t p = 0;
   while (p < t.size() && IsDigit(t[p])) ++p;
@@ -92,7 +92,7 @@ void AnalisarDecimal(Run& run, Record& rec, int i) {
 
 void AnalisarData(Run& run, Record& rec, int i) {
   const FieldDef& d = rec.def(i);
-  std::string_view t = rec.fields[i].text;
+  std::string_view t = rec.text(i);
   const int num = CampoNumero(i);
   if (!DataValida(t)) {
     Reportar(run, rec, i, MsgId::kDataInvalida, num, d.name);
@@ -109,7 +109,7 @@ void AnalisarData(Run& run, Record& rec, int i) {
     return;
   }
   if (rec.type_index == kR0000 && i == f0000::kDtFin) {
-    std::string_view fin = rec.fields[f0000::kCodFin].text;
+    std::string_view fin = rec.text(f0000::kCodFin);
     size_t n = 0;
     while (n < fin.size() && n < 9 && IsDigit(fin[n])) ++n;
     if (Num(fin, 0, n) != kFinalidadeNotificacao &&
@@ -123,7 +123,7 @@ void AnalisarData(Run& run, Record& rec, int i) {
 // before the month the file declares, not after the month of the run.
 void AnalisarAnoMes(Run& run, Record& rec, int i) {
   const FieldDef& d = rec.def(i);
-  std::string_view t = rec.fields[i].text;
+  std::string_view t = rec.text(i);
   const int num = CampoNumero(i);
   const std::string_view hoje = run.today;
   const bool hoje_ok = hoje.size() >= 6 && AllDigits(hoje.substr(0, 6));
@@ -136,7 +136,7 @@ void AnalisarAnoMes(Run& run, Record& rec, int i) {
   // The period end: of this very header when it is the 0000 (its validator
   // stores it only after this analysis), else the one already stored.
   std::string_view fim =
-      rec.type_index == kR0000 ? rec.fields[f0000::kDtFin].text : std::string_view(run.ctx.dt_fin);
+      rec.type_index == kR0000 ? rec.text(f0000::kDtFin) : std::string_view(run.ctx.dt_fin);
   if (fim.size() >= 6 && AllDigits(fim.substr(0, 6)) && t < fim.substr(0, 6)) {
     Reportar(run, rec, i, MsgId::kAnoMesAntesDoPeriodo, num, d.name, t, ano, mes);
     return;
@@ -148,7 +148,7 @@ void AnalisarAnoMes(Run& run, Record& rec, int i) {
 
 void AnalisarCnpjCpf(Run& run, Record& rec, int i) {
   const FieldDef& d = rec.def(i);
-  std::string_view t = rec.fields[i].text;
+  std::string_view t = rec.text(i);
   const bool cnpj = d.type == kCnpj;
   bool ok = AllDigits(t);
   if (ok) {
@@ -189,13 +189,12 @@ bool TamanhoFixo(int type) {
 }  // namespace
 
 void AnalisarCampo(Run& run, Record& rec, int i) {
-  Field& f = rec.fields[i];
   const FieldDef& d = rec.def(i);
-  const std::string_view t = f.text;
+  const std::string_view t = rec.text(i);
   const int len = static_cast<int>(t.size());
   const int num = CampoNumero(i);
-  f.filled = !t.empty();
-  f.valid = true;
+  rec.set_filled(i, !t.empty());
+  rec.set_valid(i, true);
 
   if (t.empty()) {
     if (d.required == 'S') {
@@ -340,7 +339,7 @@ void AnalisarAlternativos(Run& run, Record& rec) {
   int primeiro = -1;
   for (int k = 0; k < n; ++k) {
     int i = alt[k];
-    if (!rec.fields[i].filled) continue;
+    if (!rec.filled(i)) continue;
     if (primeiro < 0) {
       primeiro = i;
       continue;
@@ -350,7 +349,7 @@ void AnalisarAlternativos(Run& run, Record& rec) {
   }
   if (primeiro >= 0) return;
 
-  for (int k = 0; k < n; ++k) rec.fields[alt[k]].valid = false;
+  for (int k = 0; k < n; ++k) rec.set_valid(alt[k], false);
   run.Report(rec, alt[0], MsgId::kAlternativoAusente, CampoNumero(alt[0]), rec.def(alt[0]).name,
              CampoNumero(alt[1]), rec.def(alt[1]).name);
 }

@@ -120,17 +120,6 @@ struct LineScan {
   }
 };
 
-// Member by member: building a Field in a temporary and copying it makes the
-// compiler read back bytes it has just written, which stalls the pipeline
-// on every field of every record.
-inline void SetField(Field& f, std::string_view text, size_t column, int32_t length, bool valid) {
-  f.text = text;
-  f.column = static_cast<int32_t>(column);
-  f.length = length;
-  f.filled = !text.empty();
-  f.valid = valid;
-}
-
 // Token 1: the record type, looked up in the table (the previous record's
 // type first). Returns the row, or -1 after reporting an unknown type.
 int TakeType(Run& run, Record& rec, std::string_view tok, size_t pos, int hint) {
@@ -143,7 +132,10 @@ int TakeType(Run& run, Record& rec, std::string_view tok, size_t pos, int hint) 
   }
   rec.type = &kRecordTypes[idx];
   rec.type_index = idx;
-  SetField(rec.fields[0], tok, pos + 1, static_cast<int32_t>(tok.size()), true);
+  // The type lies between the first pipe and the next one (or the line's end).
+  rec.span[0] = {static_cast<uint16_t>(pos), static_cast<uint16_t>(pos + tok.size())};
+  rec.filled_bits = tok.empty() ? 0 : 1;
+  rec.valid_bits = 1;
   rec.found = 1;
   return idx;
 }
@@ -151,8 +143,8 @@ int TakeType(Run& run, Record& rec, std::string_view tok, size_t pos, int hint) 
 // One field more than the layout: reported on the rest of the line from
 // token k (at `pos`), which is ignored from there on.
 void TooManyFields(Run& run, Record& rec, std::string_view line, size_t pos, int k) {
-  const Field& last = rec.fields[rec.type->field_count - 1];
-  FieldRef ref{"", last.column + last.length, line.substr(pos),
+  const int last = rec.type->field_count - 1;
+  FieldRef ref{"", rec.column(last) + rec.length(last), line.substr(pos),
                static_cast<int32_t>(line.size() - pos)};
   LineFinding(run, rec.type_index, rec.type->code, k, &ref, MsgId::kLinhaCamposDemais);
 }
@@ -160,8 +152,8 @@ void TooManyFields(Run& run, Record& rec, std::string_view line, size_t pos, int
 // Fields the line did not have become empty (length 1, at the column before
 // the final token); the field analysis reports the required ones.
 void PadFields(Record& rec, size_t final_pos) {
-  for (int i = rec.found; i < rec.type->field_count; ++i)
-    SetField(rec.fields[i], {}, final_pos - 1, 1, false);
+  rec.pad_column = static_cast<int32_t>(final_pos - 1);
+  for (int i = rec.found; i < rec.type->field_count; ++i) rec.span[i] = {0, 0};
 }
 
 // The pipes of a line in order, from a LineScan that kept all of them.
@@ -239,20 +231,24 @@ int SplitShort(Run& run, Record& rec, std::string_view line, Pipes pipes, int pr
     return idx;
   }
   const int fields = rec.type->field_count;
-  int found = rec.found;  // kept in a register, not re-read after each field
+  // Kept in registers, not re-read after each field.
+  int found = rec.found;
+  uint32_t filled = rec.filled_bits;
   bar = next;
   for (int k = 2; pipes.Next(&next); ++k) {
-    const size_t pos = bar + 1;
     if (found >= fields) {
       rec.found = found;
-      TooManyFields(run, rec, line, pos, k);
+      rec.filled_bits = filled;
+      TooManyFields(run, rec, line, bar + 1, k);
       return idx;
     }
-    SetField(rec.fields[found++], std::string_view(base + pos, next - pos), pos + 1,
-             static_cast<int32_t>(next - pos), false);
+    rec.span[found] = {static_cast<uint16_t>(bar + 1), static_cast<uint16_t>(next)};
+    filled |= static_cast<uint32_t>(next - bar > 1) << found;
+    ++found;
     bar = next;
   }
   rec.found = found;
+  rec.filled_bits = filled;
   PadFields(rec, bar + 1);
   return idx;
 }
@@ -263,10 +259,17 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec, const LineBits* b
   std::string_view line;
   CheckFrame(run, raw, &line);
 
+  // Positions in a line are kept in 16 bits; the reading never hands over
+  // more than 9,999 bytes at once.
+  if (line.size() > UINT16_MAX) line = line.substr(0, UINT16_MAX);
+
   const int previous_type = rec.type_index;
   rec.type = nullptr;
   rec.type_index = -1;
   rec.found = 0;
+  rec.line = line.data();
+  rec.filled_bits = 0;
+  rec.valid_bits = 0;
 
   // Tokens are the texts between the pipes: the text before the first pipe is
   // token 0 (skipped), token 1 is the record type, and the text after the last
@@ -316,7 +319,9 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec, const LineBits* b
         TooManyFields(run, rec, line, pos, k);
         return rec.type_index;
       }
-      SetField(rec.fields[rec.found++], tok, pos + 1, static_cast<int32_t>(tok.size()), false);
+      rec.span[rec.found] = {static_cast<uint16_t>(pos), static_cast<uint16_t>(end)};
+      rec.filled_bits |= static_cast<uint32_t>(!tok.empty()) << rec.found;
+      ++rec.found;
     }
 
     if (final) {

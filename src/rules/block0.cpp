@@ -59,7 +59,7 @@ std::string_view PairKey(Block0State& st, std::string_view a, std::string_view b
 
 // UF, municipality and CEP agree (only when the UF itself is usable).
 void CheckUf(Run& run, Record& rec, int cep, int mun, int uf) {
-  const Field& f = rec.fields[uf];
+  const Field f = rec.field(uf);
   if (f.filled && f.valid) VerificarUfMunicipioCep(run, rec, cep, mun, uf);
 }
 
@@ -85,7 +85,7 @@ void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
 
   CheckUf(run, rec, f0100::kCep, f0100::kCodMun, f0100::kUf);
 
-  const Field& ind_sub = rec.fields[f0100::kIndSub];
+  const Field ind_sub = rec.field(f0100::kIndSub);
   if (ind_sub.filled) {
     int v = CodeValue(ind_sub.text);
     if (v != 0 && v != 1) {
@@ -94,17 +94,17 @@ void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
     }
   }
 
-  const Field& code = rec.fields[f0100::kCodCliente];
+  const Field code = rec.field(f0100::kCodCliente);
   st.current_client = {};
   if (code.filled) {
-    const bool by_cpf = rec.fields[f0100::kCpf].filled && !rec.fields[f0100::kCnpj].filled;
+    const bool by_cpf = rec.filled(f0100::kCpf) && !rec.filled(f0100::kCnpj);
     auto [entry, added] = st.clients.Insert(
         code.text, {Text(rec, f0100::kUf), by_cpf ? Text(rec, f0100::kCpf) : std::string_view()});
     if (added) {
       entry->offset = run.ctx.offset;
       entry->line = run.ctx.line;
       entry->code_column = static_cast<int16_t>(code.column);
-      entry->uf_column = static_cast<int16_t>(rec.fields[f0100::kUf].column);
+      entry->uf_column = static_cast<int16_t>(rec.column(f0100::kUf));
       entry->by_cpf = by_cpf;
     } else {
       ReportDuplicate(run, rec, f0100::kCodCliente, MsgId::kClienteRepetido, code.text,
@@ -132,7 +132,7 @@ void ValidarRegistro_0105(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
 
-  const Field& cnpj = rec.fields[f0105::kCnpjVan];
+  const Field cnpj = rec.field(f0105::kCnpjVan);
   if (cnpj.filled) {
     auto [first, added] = Register(st.vans, PairKey(st, st.current_client, cnpj.text), Here(run));
     if (!added) {
@@ -144,7 +144,7 @@ void ValidarRegistro_0105(Run& run, Record& rec, int prev_type, int src_line) {
   // January 2023 on. The period dates are AAAAMMDD text, so comparing them
   // with "202301" byte by byte orders them by year and month ("20230101" is
   // already greater).
-  const Field& qtd = rec.fields[f0105::kQtdTransac];
+  const Field qtd = rec.field(f0105::kQtdTransac);
   if ((!qtd.filled || !qtd.valid) && run.ctx.dt_ini > "202301" && run.ctx.dt_fin > "202301") {
     run.Report(rec, f0105::kQtdTransac, MsgId::kQtdTransacObrigatoria,
                CampoNumero(f0105::kQtdTransac), rec.def(f0105::kQtdTransac).name);
@@ -156,8 +156,8 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   Block0State& st = run.block0;
 
-  const Field& tecn = rec.fields[f0200::kTipoTecn];
-  const Field& prop = rec.fields[f0200::kTermProp];
+  const Field tecn = rec.field(f0200::kTipoTecn);
+  const Field prop = rec.field(f0200::kTermProp);
   const int tipo = tecn.filled ? CodeValue(tecn.text) : -1;
   const int term = prop.filled ? CodeValue(prop.text) : -1;
   constexpr int kNumTermProp = CampoNumero(f0200::kTermProp);
@@ -172,12 +172,12 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
     run.Report(rec, f0200::kTermProp, MsgId::kTermPropEcommerce, kNumTermProp, prop.text);
   if (tipo == 7 && prop.filled && term != 1)
     run.Report(rec, f0200::kTermProp, MsgId::kTermPropDinheiro, kNumTermProp, prop.text);
-  if (term == 1 && !rec.fields[f0200::kMarca].filled) {
+  if (term == 1 && !rec.filled(f0200::kMarca)) {
     run.Report(rec, f0200::kMarca, MsgId::kMarcaObrigatoria, kNumTermProp,
                CampoNumero(f0200::kMarca));
   }
 
-  const Field& code = rec.fields[f0200::kCodMcapt];
+  const Field code = rec.field(f0200::kCodMcapt);
   if (!code.filled) return;
   auto [device, added] = st.devices.Insert(code.text);
   if (!added) {
@@ -194,7 +194,7 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
   device->tipo_tecn = static_cast<int8_t>(tipo < 0 ? 0 : (tipo > 127 ? 127 : tipo));
   // A new code for a terminal (logical number and brand) already declared
   // under another code is the same device registered twice.
-  if (rec.fields[f0200::kNumLog].filled) {
+  if (rec.filled(f0200::kNumLog)) {
     auto [first, new_terminal] = Register(
         st.terminals, PairKey(st, Text(rec, f0200::kNumLog), Text(rec, f0200::kMarca)), Here(run));
     if (!new_terminal) {
@@ -210,7 +210,7 @@ void ValidarRegistro_0300(Run& run, Record& rec, int prev_type, int src_line) {
 
   CheckUf(run, rec, f0300::kCep, f0300::kCodMun, f0300::kUf);
 
-  const Field& code = rec.fields[f0300::kCodIpPar];
+  const Field code = rec.field(f0300::kCodIpPar);
   if (!code.filled) return;
   auto [partner, added] = st.partners.Insert(code.text);
   if (!added) {
@@ -229,7 +229,7 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
 
   CheckUf(run, rec, f0600::kCep, f0600::kCodMun, f0600::kUf);
 
-  const Field& autoriz = rec.fields[f0600::kTpAutoriz];
+  const Field autoriz = rec.field(f0600::kTpAutoriz);
   if (autoriz.filled) {
     int v = CodeValue(autoriz.text);
     if (v != 1 && v != 2) {
@@ -238,7 +238,7 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
     }
   }
 
-  const Field& cnpj = rec.fields[f0600::kCnpj];
+  const Field cnpj = rec.field(f0600::kCnpj);
   if (cnpj.filled) {
     auto [first, added] = Register(st.authorised, cnpj.text, Here(run));
     if (!added) {
@@ -246,7 +246,7 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
     }
   }
 
-  const Field& transac = rec.fields[f0600::kTpTransac];
+  const Field transac = rec.field(f0600::kTpTransac);
   if (transac.filled) {
     int v = CodeValue(transac.text);
     if (v != 0 && v != 1) {
@@ -257,8 +257,8 @@ void ValidarRegistro_0600(Run& run, Record& rec, int prev_type, int src_line) {
 
   // Dates are AAAAMMDD, so text order is date order. The end of the
   // authorisation must come strictly after its start.
-  const Field& ini = rec.fields[f0600::kDtIniAut];
-  const Field& fim = rec.fields[f0600::kDtFimAut];
+  const Field ini = rec.field(f0600::kDtIniAut);
+  const Field fim = rec.field(f0600::kDtFimAut);
   if (ini.filled && fim.filled && fim.text <= ini.text) {
     run.Report(rec, f0600::kDtFimAut, MsgId::kDtFimAutAntesDtIniAut, CampoNumero(f0600::kDtFimAut),
                rec.def(f0600::kDtFimAut).name, CampoNumero(f0600::kDtIniAut),

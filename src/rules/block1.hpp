@@ -21,6 +21,7 @@
 #include "absl/container/flat_hash_set.h"
 #include "core/record.hpp"
 #include "rules/intern.hpp"
+#include "rules/tag_set.hpp"
 
 namespace volp {
 
@@ -189,11 +190,10 @@ struct Block1State {
   // only cost memory on the most frequent record of the file.
   KeyMap<FirstSeen> r1100;
   KeyMap<FirstSeen> r1110;
-  KeyMap<FirstTransaction> r1115;
+  TagSet<FirstTransaction> r1115;  // keys kept inside, emptied at every 1110
   KeyMap<FirstSeen> r1200;
   KeyPool r1100_keys;
   KeyPool r1110_keys;
-  KeyPool r1115_keys;
   KeyPool r1200_keys;
   KeyBuffer key;  // scratch where a key is built before the lookup
 
@@ -215,6 +215,19 @@ struct Block1State {
   absl::flat_hash_set<ClientMonth> meses_reportados;
   absl::flat_hash_map<const ClientEntry*, int32_t> meses_clientes;
   std::vector<const ClientEntry*> meses_ordem;  // clients in the order they got a month
+
+  // The device of the latest 1110 whose COD_MCAPT was looked up: the 1110 of
+  // one device come one after another (a day each), so most lookups ask for
+  // the code just asked for. The registry is complete before the first 1110
+  // (a 0200 is taken only in block 0) and its entries stay where they are,
+  // so the answer, found or not, holds for the rest of the run.
+  struct UltimoMcapt {
+    static constexpr size_t kMaxCode = 64;  // longer codes are not remembered
+    char code[kMaxCode];
+    size_t size = 0;
+    bool known = false;  // code/device hold an answer
+    DeviceEntry* device = nullptr;
+  } ultimo_mcapt;
 };
 
 void ValidarRegistro_1001(Run& run, Record& rec, int prev_type, int src_line);

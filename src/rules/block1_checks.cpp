@@ -154,8 +154,7 @@ void ZerarDistintos(Run& run, Distintos which, int src_line) {
       nome = "R1110";
       break;
     case Distintos::kR1115:
-      b.r1115.clear();
-      b.r1115_keys.Reset();
+      b.r1115.Reset();
       nome = "R1115";
       break;
     case Distintos::kR1200:

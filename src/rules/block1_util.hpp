@@ -57,7 +57,7 @@ using MsgPeriodo = MsgOf<const char*, std::string_view>;
 // do. Each side has its own message, filled with the bound and the date.
 inline void VerificarPeriodo(Run& run, const Record& rec, int row, const std::string& inicio,
                              MsgPeriodo antes, const std::string& fim, MsgPeriodo depois) {
-  const std::string_view d = rec.fields[row].text;
+  const std::string_view d = rec.text(row);
   if (d < std::string_view(inicio)) run.Report(rec, row, antes, inicio.c_str(), d);
   if (d > std::string_view(fim)) run.Report(rec, row, depois, fim.c_str(), d);
 }
@@ -66,6 +66,6 @@ inline void VerificarPeriodo(Run& run, const Record& rec, int row, const std::st
 void VarrerMeses(Run& run, const Record& rec);
 
 using volp::Text;
-inline bool Filled(const Record& rec, int i) { return rec.fields[i].filled; }
+inline bool Filled(const Record& rec, int i) { return rec.filled(i); }
 
 }  // namespace volp::b1

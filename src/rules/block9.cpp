@@ -36,7 +36,7 @@ void ValidarRegistro_0990(Run& run, Record& rec, int prev_type, int src_line) {
   }
   AnalisarRegistro(run, rec);
   if (!Present(rec, f0990::kQtdLin0)) return;
-  const int64_t stated = LerInteiro(rec.fields[f0990::kQtdLin0].text);
+  const int64_t stated = LerInteiro(rec.text(f0990::kQtdLin0));
   if (stated != count) {
     run.Report(rec, f0990::kQtdLin0, MsgId::kQtdLin0Divergente, Milhar(stated), Milhar(count));
   }
@@ -52,7 +52,7 @@ void ValidarRegistro_9900(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   if (!Present(rec, f9900::kRegBlc)) return;
 
-  const std::string_view reg = rec.fields[f9900::kRegBlc].text;
+  const std::string_view reg = rec.text(f9900::kRegBlc);
   const int type = FindRecordType(reg);
   if (type < 0) {
     // The message names the field, not the value, which the report shows
@@ -68,7 +68,7 @@ void ValidarRegistro_9900(Run& run, Record& rec, int prev_type, int src_line) {
                Milhar(slot.offset));
     return;
   }
-  const Field& qtd = rec.fields[f9900::kQtdRegBlc];
+  const Field qtd = rec.field(f9900::kQtdRegBlc);
   slot.seen = true;
   slot.offset = run.ctx.offset;
   slot.line = run.ctx.line;
@@ -86,7 +86,7 @@ void ValidarRegistro_9990(Run& run, Record& rec, int prev_type, int src_line) {
   st.line_9990 = run.ctx.line;
   st.has_qtd_lin_9 = Present(rec, f9990::kQtdLin9);
   if (st.has_qtd_lin_9) {
-    const Field& f = rec.fields[f9990::kQtdLin9];
+    const Field f = rec.field(f9990::kQtdLin9);
     st.qtd_lin_9 = LerInteiro(f.text);
     st.qtd_lin_9_column = f.column;
     st.qtd_lin_9_text.assign(f.text);
@@ -99,7 +99,7 @@ void ValidarRegistro_9999(Run& run, Record& rec, int prev_type, int src_line) {
 
   const int64_t lines = run.ps.known_records;
   if (Present(rec, f9999::kQtdLin)) {
-    const int64_t stated = LerInteiro(rec.fields[f9999::kQtdLin].text);
+    const int64_t stated = LerInteiro(rec.text(f9999::kQtdLin));
     if (stated != lines) {
       run.Report(rec, f9999::kQtdLin, MsgId::kQtdLinDivergente, Milhar(stated), Milhar(lines));
     }

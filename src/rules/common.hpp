@@ -51,7 +51,7 @@ void LogValidador(Run& run, const char* indent, const char* code, int64_t a, int
 void LogValidador(Run& run, const char* code, const Record& rec, int prev_type, int src_line);
 
 // A field's text, and a text's length as the int a FieldRef holds.
-inline std::string_view Text(const Record& rec, int row) { return rec.fields[row].text; }
+inline std::string_view Text(const Record& rec, int row) { return rec.text(row); }
 inline int Len(std::string_view s) { return static_cast<int>(s.size()); }
 
 }  // namespace volp

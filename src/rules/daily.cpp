@@ -1,6 +1,7 @@
 // 1110 is the daily total of one capture device under a 1100; 1115 is one
 // transaction under a 1110 and by far the most frequent record of a file, so
 // its path is kept to a few integer reads and one hash lookup.
+#include <cstring>
 #include <string_view>
 
 #include "core/context.hpp"
@@ -27,6 +28,22 @@ namespace T = f1115;  // one transaction
 // device has no acquirer and its transactions are of nature 5.
 constexpr int32_t kTecnDinheiro = 7;
 
+// The 0200 of a COD_MCAPT, or null; asks the registry only when the code is
+// not the one of the previous lookup.
+DeviceEntry* DispositivoDe(Run& run, std::string_view mcapt) {
+  Block1State::UltimoMcapt& u = run.block1.ultimo_mcapt;
+  if (u.known && mcapt.size() == u.size && std::memcmp(mcapt.data(), u.code, u.size) == 0)
+    return u.device;
+  DeviceEntry* device = run.block0.FindDevice(mcapt);
+  u.known = mcapt.size() <= Block1State::UltimoMcapt::kMaxCode;
+  if (u.known) {
+    if (!mcapt.empty()) std::memcpy(u.code, mcapt.data(), mcapt.size());
+    u.size = mcapt.size();
+    u.device = device;
+  }
+  return device;
+}
+
 }  // namespace
 
 void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
@@ -44,14 +61,14 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
   last.cod_mcapt_filled = Filled(rec, D::kCodMcapt);
   last.dt_op_filled = Filled(rec, D::kDtOp);
   last.cnpj_adqui_filled = Filled(rec, D::kCnpjAdqui);
-  last.cnpj_adqui_field.Set(rec.fields[D::kCnpjAdqui]);
+  last.cnpj_adqui_field.Set(rec.field(D::kCnpjAdqui));
   last.in_distintos = false;
   last.valor = 0;
-  last.valor_field.Set(rec.fields[D::kValor]);
+  last.valor_field.Set(rec.field(D::kValor));
 
   // 1. The capture device.
   const std::string_view mcapt = Text(rec, D::kCodMcapt);
-  DeviceEntry* device = run.block0.FindDevice(mcapt);
+  DeviceEntry* device = DispositivoDe(run, mcapt);
   int32_t tipo_tecn = 0;
   int64_t linha_0200 = 0;
   int64_t posicao_0200 = 0;
@@ -114,7 +131,7 @@ void ValidarRegistro_1110(Run& run, Record& rec, int prev_type, int src_line) {
   // of the 1110 before it, which the closing of this day then compares.
   if (!Filled(rec, D::kQtd)) return;
   last.qtd = LerDigitos(Text(rec, D::kQtd));
-  last.qtd_field.Set(rec.fields[D::kQtd]);
+  last.qtd_field.Set(rec.field(D::kQtd));
   if (last.qtd == 0 && ctx.finalidade != 3)
     run.Report(rec, D::kQtd, MsgId::kQtdZero, CampoNumero(D::kQtd), rec.def(D::kQtd).name);
   Acumular(b.contadores_1110.qtd, last.qtd);
@@ -164,21 +181,17 @@ void ValidarRegistro_1115(Run& run, Record& rec, int prev_type, int src_line) {
       b.key.Add(Text(rec, T::kIdTransac));
       key = b.key;
     }
-    bool inserted = false;
-    auto it = b.r1115.lazy_emplace(key, [&](const auto& ctor) {
-      inserted = true;
-      ctor(b.r1115_keys.Copy(key), FirstTransaction{ctx.line, ctx.offset, split});
-    });
-    if (!inserted) {
-      const FirstTransaction& first = it->second;
-      if (first.ind_split == 0 && split == 1) {
-        run.Report(rec, T::kIndSplit, MsgId::kSplit1AposSplit0, kNumSplit, Milhar(first.line),
-                   Milhar(first.offset));
-      } else if (first.ind_split == 1 && split == 0) {
-        run.Report(rec, T::kIndSplit, MsgId::kSplit0AposSplit1, kNumSplit, Milhar(first.line),
-                   Milhar(first.offset));
-      } else if (first.ind_split == 0 && split == 0) {
-        run.Report(rec, 0, MsgId::kTransacaoRepetida, Milhar(first.line), Milhar(first.offset));
+    const FirstTransaction* first =
+        b.r1115.FindOrInsert(key, FirstTransaction{ctx.line, ctx.offset, split});
+    if (first != nullptr) {
+      if (first->ind_split == 0 && split == 1) {
+        run.Report(rec, T::kIndSplit, MsgId::kSplit1AposSplit0, kNumSplit, Milhar(first->line),
+                   Milhar(first->offset));
+      } else if (first->ind_split == 1 && split == 0) {
+        run.Report(rec, T::kIndSplit, MsgId::kSplit0AposSplit1, kNumSplit, Milhar(first->line),
+                   Milhar(first->offset));
+      } else if (first->ind_split == 0 && split == 0) {
+        run.Report(rec, 0, MsgId::kTransacaoRepetida, Milhar(first->line), Milhar(first->offset));
       }
     }
   }

@@ -122,8 +122,8 @@ void AcumularCpf(Run& run, const Record& rec, int64_t valor, int64_t qtd) {
   c.line = run.ctx.line;
   c.offset = run.ctx.offset;
   c.client = client;
-  c.column = rec.fields[F::kCodCliente].column;
-  c.length = rec.fields[F::kCodCliente].length;
+  c.column = rec.column(F::kCodCliente);
+  c.length = rec.length(F::kCodCliente);
   const int32_t index = static_cast<int32_t>(b.cpf_contributions.size());
   b.cpf_contributions.push_back(c);
   if (t.last >= 0) {
@@ -145,7 +145,7 @@ void ValidarRegistro_1001(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   // An empty block 1 (IND_MOV 0) cannot refer to any client: none of them is
   // then reported for lacking references.
-  const Field& ind_mov = rec.fields[f1001::kIndMov];
+  const Field ind_mov = rec.field(f1001::kIndMov);
   if (ind_mov.valid && LerDigitos(ind_mov.text) == 0) {
     run.block0.clients.ForEach([](ClientEntry& client) { client.exempt = true; });
   }
@@ -276,7 +276,7 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
     last.valor = valor;
     last.line = ctx.line;
     last.offset = ctx.offset;
-    last.valor_field.Set(rec.fields[F::kValor]);
+    last.valor_field.Set(rec.field(F::kValor));
     if (last.valor == 0 && ctx.finalidade != 3) {
       run.Report(rec, F::kValor, MsgId::kValorZero, CampoNumero(F::kValor),
                  rec.def(F::kValor).name);
@@ -286,7 +286,7 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
   // 10. QTD, likewise kept only when filled.
   if (!Filled(rec, F::kQtd)) return;
   last.qtd = LerDigitos(Text(rec, F::kQtd));
-  last.qtd_field.Set(rec.fields[F::kQtd]);
+  last.qtd_field.Set(rec.field(F::kQtd));
   if (last.qtd == 0 && ctx.finalidade != 3)
     run.Report(rec, F::kQtd, MsgId::kQtdZero, CampoNumero(F::kQtd), rec.def(F::kQtd).name);
 

@@ -34,8 +34,8 @@ void Keep(std::string& to, const Field& f) {
 bool PrimeiroDia(std::string_view date) { return date.size() == 8 && date.substr(6) == "01"; }
 
 void RegrasDoPeriodo(Run& run, Record& rec, int fin) {
-  const Field& ini = rec.fields[F::kDtIni];
-  const Field& fim = rec.fields[F::kDtFin];
+  const Field ini = rec.field(F::kDtIni);
+  const Field fim = rec.field(F::kDtFin);
   constexpr int kNumDtIni = CampoNumero(F::kDtIni), kNumDtFin = CampoNumero(F::kDtFin);
 
   // A notification (purpose 3) may cover any span; other declarations are
@@ -70,7 +70,7 @@ void ValidarRegistro_0000(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   ValidationContext& ctx = run.ctx;
 
-  const Field& ver = rec.fields[F::kCodVer];
+  const Field ver = rec.field(F::kCodVer);
   if (ver.filled) {
     ctx.cod_ver.assign(ver.text);
     char expected[16];
@@ -81,7 +81,7 @@ void ValidarRegistro_0000(Run& run, Record& rec, int prev_type, int src_line) {
     }
   }
 
-  const Field& cod_fin = rec.fields[F::kCodFin];
+  const Field cod_fin = rec.field(F::kCodFin);
   if (cod_fin.filled) {
     // Kept even when out of range: the period rules below and the order of
     // the records read it as it is.
@@ -94,17 +94,17 @@ void ValidarRegistro_0000(Run& run, Record& rec, int prev_type, int src_line) {
     RegrasDoPeriodo(run, rec, fin);
   }
 
-  Keep(ctx.uf_fisco, rec.fields[F::kUfFisco]);
-  Keep(ctx.cnpj, rec.fields[F::kCnpj]);
-  Keep(ctx.nome, rec.fields[F::kNome]);
-  Keep(ctx.dt_ini, rec.fields[F::kDtIni]);
-  Keep(ctx.dt_fin, rec.fields[F::kDtFin]);
-  Keep(ctx.mes_val, rec.fields[F::kMesVal]);
+  Keep(ctx.uf_fisco, rec.field(F::kUfFisco));
+  Keep(ctx.cnpj, rec.field(F::kCnpj));
+  Keep(ctx.nome, rec.field(F::kNome));
+  Keep(ctx.dt_ini, rec.field(F::kDtIni));
+  Keep(ctx.dt_fin, rec.field(F::kDtFin));
+  Keep(ctx.mes_val, rec.field(F::kMesVal));
 
   // The environment is judged whenever the line has the field, even empty:
   // an empty one is named "vazio" in the message.
   if (F::kTpAmb < rec.found) {
-    const Field& amb = rec.fields[F::kTpAmb];
+    const Field amb = rec.field(F::kTpAmb);
     ctx.tp_amb = static_cast<int>(LerDigitos(amb.text));
     if (ctx.tp_amb != 1 && ctx.tp_amb != 2) {
       const std::string_view shown = amb.text.empty() ? std::string_view("vazio") : amb.text;
@@ -123,17 +123,17 @@ void ValidarRegistro_0005(Run& run, Record& rec, int prev_type, int src_line) {
   AnalisarRegistro(run, rec);
   ValidationContext& ctx = run.ctx;
 
-  const Field& uf = rec.fields[f0005::kUf];
+  const Field uf = rec.field(f0005::kUf);
   if (uf.filled) {
     ctx.uf.assign(uf.text);
     VerificarUfMunicipioCep(run, rec, f0005::kCep, f0005::kCodMun, f0005::kUf);
   }
 
-  Keep(ctx.endereco, rec.fields[f0005::kEnd]);
-  Keep(ctx.cep, rec.fields[f0005::kCep]);
-  Keep(ctx.contato, rec.fields[f0005::kNomeResp]);
-  Keep(ctx.telefone, rec.fields[f0005::kFone]);
-  Keep(ctx.email, rec.fields[f0005::kEmail]);
+  Keep(ctx.endereco, rec.field(f0005::kEnd));
+  Keep(ctx.cep, rec.field(f0005::kCep));
+  Keep(ctx.contato, rec.field(f0005::kNomeResp));
+  Keep(ctx.telefone, rec.field(f0005::kFone));
+  Keep(ctx.email, rec.field(f0005::kEmail));
 }
 
 }  // namespace volp

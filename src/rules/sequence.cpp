@@ -18,14 +18,14 @@ static_assert(kIndMov == static_cast<int>(f0001::kIndMov) &&
 // The indicator, 0 (no data in the block) or 1; read only when the field
 // analysis found the field valid.
 bool LerIndicador(const Record& rec, int* value) {
-  const Field& f = rec.fields[kIndMov];
+  const Field f = rec.field(kIndMov);
   if (!f.valid) return false;
   *value = static_cast<int>(LerDigitos(f.text));
   return true;
 }
 
 void IndicadorInvalido(Run& run, Record& rec) {
-  run.Report(rec, kIndMov, MsgId::kIndMovInvalido, rec.fields[kIndMov].text);
+  run.Report(rec, kIndMov, MsgId::kIndMovInvalido, rec.text(kIndMov));
 }
 
 // The purposes of a file (COD_FIN of 0000) that decide block 1's indicator.

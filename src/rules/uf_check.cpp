@@ -14,8 +14,8 @@ namespace volp {
 namespace {
 
 void ReportOtherUf(Run& run, Record& rec, int index, const UfDef& found, int uf_index) {
-  const Field& f = rec.fields[index];
-  const std::string_view uf = rec.fields[uf_index].text;
+  const Field f = rec.field(index);
+  const std::string_view uf = rec.text(uf_index);
   run.Report(rec, index, MsgId::kUfOutra, index + 1, rec.def(index).name, f.text, found.sigla, uf,
              uf_index + 1, rec.type->code);
 }
@@ -23,9 +23,9 @@ void ReportOtherUf(Run& run, Record& rec, int index, const UfDef& found, int uf_
 }  // namespace
 
 void VerificarUfMunicipioCep(Run& run, Record& rec, int cep_index, int mun_index, int uf_index) {
-  const std::string_view uf = rec.fields[uf_index].text;
+  const std::string_view uf = rec.text(uf_index);
 
-  const Field& mun = rec.fields[mun_index];
+  const Field mun = rec.field(mun_index);
   if (mun.filled) {
     // A code whose prefix is no UF's is left to the municipality table check.
     const UfDef* owner = FindUfByMunicipio(mun.text);
@@ -33,7 +33,7 @@ void VerificarUfMunicipioCep(Run& run, Record& rec, int cep_index, int mun_index
       ReportOtherUf(run, rec, mun_index, *owner, uf_index);
   }
 
-  const Field& cep = rec.fields[cep_index];
+  const Field cep = rec.field(cep_index);
   if (cep.filled) {
     const UfDef* owner = FindUfByCep(cep.text);
     if (owner == nullptr) {
