@@ -16,7 +16,7 @@ struct Field {
   std::string_view text;  // the field's bytes (no NUL inside the line is special)
   int32_t column = 0;     // 1-based column of the first byte in the line
   int32_t length = 0;     // length as reported in findings
-  bool filled = false;    // the text is not empty (set by the field analysis)
+  bool filled = false;    // the text is not empty (set by the split)
   bool valid = false;     // passed every check of its type (set by the field analysis)
 };
 
@@ -56,7 +56,6 @@ struct Record {
   int32_t length(int i) const { return i < found ? span[i].end - span[i].begin : 1; }
   bool filled(int i) const { return (filled_bits >> i & 1) != 0; }
   bool valid(int i) const { return (valid_bits >> i & 1) != 0; }
-  void set_filled(int i, bool on) { SetBit(filled_bits, i, on); }
   void set_valid(int i, bool on) { SetBit(valid_bits, i, on); }
   Field field(int i) const { return Field{text(i), column(i), length(i), filled(i), valid(i)}; }
 

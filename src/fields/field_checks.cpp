@@ -193,7 +193,6 @@ void AnalisarCampo(Run& run, Record& rec, int i) {
   const std::string_view t = rec.text(i);
   const int len = static_cast<int>(t.size());
   const int num = CampoNumero(i);
-  rec.set_filled(i, !t.empty());
   rec.set_valid(i, true);
 
   if (t.empty()) {

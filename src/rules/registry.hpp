@@ -72,9 +72,6 @@ class Registry {
     ++count_;
     return {&e, true};
   }
-  // For building entries by hand: the entry of `key`, added if new.
-  Entry& operator[](std::string_view key) { return *Insert(key).first; }
-
   Entry& At(Id id) { return chunks_[id >> kChunkBits][id & (kChunk - 1)]; }
   const Entry& At(Id id) const { return chunks_[id >> kChunkBits][id & (kChunk - 1)]; }
 
