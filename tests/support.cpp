@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "platform/platform.hpp"
+#include "reading/file_lines.hpp"
 #include "reading/line_bits.hpp"
 #include "reading/reader.hpp"
 #include "structure/state_machine.hpp"
@@ -103,6 +104,14 @@ RunFixture::RunFixture()
     : run(ps, log, municipios, options, rules.block0, rules.block1, rules.block9) {
   LerCodigosMunicipioIBGE(DataDir(), log, municipios);
   run.today = kToday;
+  run.earlier = &fed;
+}
+
+bool RunFixture::FedLines::LineAt(int64_t offset, std::string_view* line) {
+  const auto it = at.find(offset);
+  if (it == at.end()) return false;
+  *line = CutLine(it->second);
+  return true;
 }
 
 int RunFixture::Split(std::string_view line) {
@@ -122,6 +131,7 @@ int RunFixture::SplitRaw(std::string_view line) {
   // The record's views must outlive this call: keep the text.
   lines_.emplace_back(line);
   Advance(lines_.back().size());
+  fed.at[run.ctx.offset] = lines_.back();
   return CheckAndSplit(run, lines_.back(), rec);
 }
 
@@ -136,6 +146,7 @@ int RunFixture::SplitFromBits(std::string_view line, size_t align, char filler) 
   ClassifyBytes(b.data(), b.size(), m.data(), m.data() + words, m.data() + 2 * words);
   const LineBits bits{m.data() + words, m.data() + 2 * words, align};
   Advance(line.size());
+  fed.at[run.ctx.offset] = std::string_view(b).substr(align, line.size());
   return CheckAndSplit(run, std::string_view(b).substr(align, line.size()), rec, &bits);
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,6 +80,12 @@ struct RunFixture {
   int Feed(std::string_view line);
   // The kept findings' messages, in order.
   std::vector<std::string> Messages() const;
+
+  // The lines fed so far by where they start, read again as the file would be.
+  struct FedLines : EarlierLines {
+    std::map<int64_t, std::string_view> at;
+    bool LineAt(int64_t offset, std::string_view* line) override;
+  } fed;
 
  private:
   void Advance(size_t bytes);

@@ -6,9 +6,11 @@
 #include <cstdio>
 #include <ctime>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
+#include "core/earlier_lines.hpp"
 #include "core/findings.hpp"
 #include "core/log.hpp"
 #include "core/record.hpp"
@@ -165,6 +167,16 @@ struct Run {
   Block0State& block0;
   Block1State& block1;
   Block9State& block9;
+
+  // Earlier lines read again to confirm a repeated key (set by whoever runs
+  // the loop). A line that cannot be read again ends the run as a read error
+  // would: the run cannot say whether the key repeats.
+  EarlierLines* earlier = nullptr;
+  bool earlier_failed = false;
+
+  // The record that starts at `offset` has the same text as `rec` in each of
+  // `fields`. False when it differs or cannot be read (then earlier_failed).
+  bool SameFields(int64_t offset, const Record& rec, std::initializer_list<int> fields);
 
   FindingsCollector& findings() { return ps.findings; }
   bool TooManyErrors() const { return ps.findings.errors >= kMaxErrors; }

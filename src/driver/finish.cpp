@@ -55,7 +55,7 @@ int Encerrar(Run& run, platform::InputFile& file, Sha256& sha, LineSource& sourc
       summary->stop_reason = StopReason::kUnknownTypeLimit;
     else if (ps.findings.errors >= kMaxErrors && ctx.end_offset < ctx.file_size)
       summary->stop_reason = StopReason::kErrorLimit;
-    else if (source.read_failed())
+    else if (source.read_failed() || run.earlier_failed)
       summary->stop_reason = StopReason::kReadError;
   }
   // What the end checks find after an early stop may only be the part that

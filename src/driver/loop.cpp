@@ -162,6 +162,9 @@ int64_t LerRegistros(Run& run, LineSource& source) {
                   Milhar(ctx.line).c_str(), StateName(ctx.state), StateName(ctx.previous_state),
                   code_value, ctx.previous_type);
       StepStateMachine(run, rec);
+      // An earlier line that could not be read again leaves a repeated key
+      // unjudged: the run ends there, as at a read error.
+      if (run.earlier_failed) break;
 
       // 10. The previous type (its time is kept by the clock).
       ctx.previous_type = code_value;

@@ -7,6 +7,7 @@
 #include "driver/phases.hpp"
 #include "fields/municipios.hpp"
 #include "platform/platform.hpp"
+#include "reading/file_lines.hpp"
 #include "reading/line_source.hpp"
 #include "rules/state.hpp"
 
@@ -46,6 +47,8 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
   std::string summary_name;
   if (!PrepararLeitura(run, file, sha, &summary_name)) return 0;
 
+  FileLines earlier(path);
+  run.earlier = &earlier;
   LineSource source(file, &sha, &ps.read_ticks, BlocoDeLeitura(options, run.ctx.file_size));
   const int64_t hashed_to = LerRegistros(run, source);
   return Encerrar(run, file, sha, source, hashed_to, summary_name, outputs, summary);

@@ -195,10 +195,17 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
   // A new code for a terminal (logical number and brand) already declared
   // under another code is the same device registered twice.
   if (rec.filled(f0200::kNumLog)) {
-    auto [first, new_terminal] = Register(
-        st.terminals, PairKey(st, Text(rec, f0200::kNumLog), Text(rec, f0200::kMarca)), Here(run));
-    if (!new_terminal) {
-      ReportDuplicateNoKey(run, rec, f0200::kNumLog, MsgId::kTerminalRepetido, *first);
+    const auto id = static_cast<FingerprintIndex::Id>(st.devices.size() - 1);
+    const uint64_t hash =
+        KeyHash{}(PairKey(st, Text(rec, f0200::kNumLog), Text(rec, f0200::kMarca)));
+    const FingerprintIndex::Id first =
+        st.terminals.FindOrAdd(hash, id, [&](FingerprintIndex::Id other) {
+          return run.SameFields(st.devices.At(other).offset, rec, {f0200::kNumLog, f0200::kMarca});
+        });
+    if (first != FingerprintIndex::kNone) {
+      const DeviceEntry& d = st.devices.At(first);
+      ReportDuplicateNoKey(run, rec, f0200::kNumLog, MsgId::kTerminalRepetido,
+                           RegisteredAt{d.offset, d.line});
     }
   }
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "rules/fingerprint_index.hpp"
 #include "rules/intern.hpp"
 #include "rules/registry.hpp"
 
@@ -76,8 +77,9 @@ struct Block0State {
   // the client being the one of the 0100 that precedes the 0105.
   Registry<UniqueKey> vans{64 * 1024};
   // A physical terminal is registered once whatever its COD_MCAPT: key
-  // "NUM_LOG|Marca" of the 0200.
-  Registry<UniqueKey> terminals;
+  // "NUM_LOG|Marca" of the 0200, filed as a fingerprint with the id of the
+  // device that declared it first (whose 0200 line is read again to confirm).
+  FingerprintIndex terminals;
   // Institutions authorised by the declarant (0600), by CNPJ.
   Registry<UniqueKey> authorised{64 * 1024};
 

@@ -20,6 +20,7 @@
 #include "absl/container/flat_hash_map.h"
 #include "absl/container/flat_hash_set.h"
 #include "core/record.hpp"
+#include "rules/fingerprint_index.hpp"
 #include "rules/intern.hpp"
 #include "rules/tag_set.hpp"
 
@@ -188,13 +189,16 @@ struct Block1State {
   // new 1110, and a 1110 always comes after its 1100, so during the set's
   // life those five texts never change: repeating them in every key would
   // only cost memory on the most frequent record of the file.
-  KeyMap<FirstSeen> r1100;
+  //
+  // R1100 and R1200 last the whole block: a year of 1100s from millions of
+  // clients would not fit as texts, so they keep fingerprints and the first
+  // record's place, and a matching fingerprint is confirmed by reading that
+  // record's line again.
+  FirstPlaces<FirstSeen> r1100;
   KeyMap<FirstSeen> r1110;
   TagSet<FirstTransaction> r1115;  // keys kept inside, emptied at every 1110
-  KeyMap<FirstSeen> r1200;
-  KeyPool r1100_keys;
+  FirstPlaces<FirstSeen> r1200;
   KeyPool r1110_keys;
-  KeyPool r1200_keys;
   KeyBuffer key;  // scratch where a key is built before the lookup
 
   // Number of 1110 per CNPJ_ADQUI.

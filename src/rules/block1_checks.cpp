@@ -145,7 +145,6 @@ void ZerarDistintos(Run& run, Distintos which, int src_line) {
   switch (which) {
     case Distintos::kR1100:
       b.r1100.clear();
-      b.r1100_keys.Reset();
       nome = "R1100";
       break;
     case Distintos::kR1110:
@@ -159,7 +158,6 @@ void ZerarDistintos(Run& run, Distintos which, int src_line) {
       break;
     case Distintos::kR1200:
       b.r1200.clear();
-      b.r1200_keys.Reset();
       nome = "R1200";
       break;
   }

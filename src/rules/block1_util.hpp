@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -35,9 +36,9 @@ inline void LogEntrada(Run& run, const char* indent, const char* code, const Rec
   LogValidador(run, indent, code, run.ctx.line, run.ctx.offset, rec, prev_type, src_line);
 }
 
-// A record whose key was seen before in `seen` (1100, 1110, 1200 with the
-// same identifying texts) is reported against the first one; a new key is
-// copied into `pool` and kept. One lookup either way.
+// A record whose key was seen before in `seen` (1100, 1110 with the same
+// identifying texts) is reported against the first one; a new key is copied
+// into `pool` and kept. One lookup either way.
 inline void RegistroUnico(Run& run, const Record& rec, KeyMap<FirstSeen>& seen, KeyPool& pool,
                           std::string_view key) {
   bool novo = false;
@@ -48,6 +49,19 @@ inline void RegistroUnico(Run& run, const Record& rec, KeyMap<FirstSeen>& seen, 
   if (novo) return;
   run.Report(rec, 0, MsgId::kRegistroRepetido, rec.type->code, Milhar(it->second.line),
              Milhar(it->second.offset));
+}
+
+// The same for a set that keeps only fingerprints (1100, 1200 over the whole
+// block): `key` joins the texts of `fields`, and a fingerprint that matches is
+// confirmed against those fields of the first record's line, read again.
+inline void RegistroUnico(Run& run, const Record& rec, FirstPlaces<FirstSeen>& seen,
+                          std::string_view key, std::initializer_list<int> fields) {
+  const FirstSeen* first =
+      seen.FindOrAdd(KeyHash{}(key), FirstSeen{run.ctx.line, run.ctx.offset},
+                     [&](const FirstSeen& p) { return run.SameFields(p.offset, rec, fields); });
+  if (first == nullptr) return;
+  run.Report(rec, 0, MsgId::kRegistroRepetido, rec.type->code, Milhar(first->line),
+             Milhar(first->offset));
 }
 
 // A message about a date against a bound: the bound, then the date.

@@ -71,11 +71,10 @@ void ValidarRegistro_1200(Run& run, Record& rec, int prev_type, int src_line) {
   if (Filled(rec, F::kCodCliente) && Filled(rec, F::kCodMcapt) && Filled(rec, F::kDtOp)) {
     KeyBuffer& key = b.key;
     key.Clear();
-    for (int i : {F::kCodIpPar, F::kCodCliente, F::kCodMcapt, F::kNsu, F::kCodAut, F::kIdTransac,
-                  F::kDtOp}) {
-      key.Add(Text(rec, i));
-    }
-    b1::RegistroUnico(run, rec, b.r1200, b.r1200_keys, key);
+    const std::initializer_list<int> kChave = {F::kCodIpPar, F::kCodCliente, F::kCodMcapt, F::kNsu,
+                                               F::kCodAut,   F::kIdTransac,  F::kDtOp};
+    for (int i : kChave) key.Add(Text(rec, i));
+    b1::RegistroUnico(run, rec, b.r1200, key, kChave);
   }
 
   // 8. The cancellation itself happened inside the declared period.

@@ -264,7 +264,9 @@ void ValidarRegistro_1100(Run& run, Record& rec, int prev_type, int src_line) {
     KeyBuffer& key = b.key;
     key.Clear();
     for (int i = F::kCodIpPar; i <= F::kDtFin; ++i) key.Add(Text(rec, i));
-    b1::RegistroUnico(run, rec, b.r1100, b.r1100_keys, key);
+    b1::RegistroUnico(
+        run, rec, b.r1100, key,
+        {F::kCodIpPar, F::kCodCliente, F::kIndComex, F::kIndExtemp, F::kDtIni, F::kDtFin});
   }
 
   // 9. VALOR. Only a filled VALOR goes into the slot, with this record's

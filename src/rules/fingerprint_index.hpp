@@ -1,0 +1,115 @@
+// Keys that must be unique over a whole file but whose texts the run does not
+// keep: the 1100 and 1200 of a year, the physical terminals of millions of
+// capture devices. Each key is filed only as the upper 32 bits of its hash
+// beside a 32-bit id (whatever the caller numbers: a first record's place, a
+// registry entry), 8 bytes a slot, at most three slots in four in use.
+//
+// A matching fingerprint only names a candidate: the caller confirms it,
+// usually by reading the candidate's line again (see EarlierLines), so two
+// different keys never pass for one. The slot's position comes from the
+// fingerprint too, so the table can grow without the keys. Keys whose home
+// slots coincide share those low bits, and only the bits above them tell the
+// keys apart: with millions of keys a confirmation that fails happens about
+// once in a thousand insertions, a read of one line each.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace volp {
+
+class FingerprintIndex {
+ public:
+  using Id = uint32_t;
+  static constexpr Id kNone = UINT32_MAX;
+
+  size_t size() const { return count_; }
+
+  // The id already filed under a key with `hash`'s fingerprint that
+  // `same(id)` confirms; when none is, files `id` and returns kNone.
+  template <class Same>
+  Id FindOrAdd(uint64_t hash, Id id, Same&& same) {
+    if (count_ + 1 > limit_) Grow();
+    const uint64_t tag = hash >> 32;
+    size_t i = static_cast<size_t>(tag) & mask_;
+    for (;; i = (i + 1) & mask_) {
+      const uint64_t slot = slots_[i];
+      if (slot == 0) break;
+      if ((slot >> 32) == tag && same(static_cast<Id>(slot) - 1)) return static_cast<Id>(slot) - 1;
+    }
+    slots_[i] = tag << 32 | (static_cast<uint64_t>(id) + 1);
+    ++count_;
+    return kNone;
+  }
+
+  // Empties the index and gives its memory back.
+  void clear() {
+    std::vector<uint64_t>().swap(slots_);
+    count_ = limit_ = mask_ = 0;
+  }
+
+  size_t TableBytes() const { return slots_.capacity() * sizeof(uint64_t); }
+
+ private:
+  // Doubles the table (16 slots at first) and puts every slot back at the
+  // place its fingerprint gives in the larger one.
+  void Grow() {
+    const size_t capacity = slots_.empty() ? 16 : slots_.size() * 2;
+    std::vector<uint64_t> old(capacity, 0);
+    old.swap(slots_);
+    mask_ = capacity - 1;
+    limit_ = capacity / 4 * 3;
+    for (uint64_t slot : old) {
+      if (slot == 0) continue;
+      size_t i = static_cast<size_t>(slot >> 32) & mask_;
+      while (slots_[i] != 0) i = (i + 1) & mask_;
+      slots_[i] = slot;
+    }
+  }
+
+  std::vector<uint64_t> slots_;
+  size_t count_ = 0;
+  size_t limit_ = 0;
+  size_t mask_ = 0;
+};
+
+// Where the first record of each key was, for the "já foi encontrado na
+// linha L e posição P" findings of its repetitions: the places in chunks
+// that never move, found through a FingerprintIndex.
+template <class Place>
+class FirstPlaces {
+ public:
+  size_t size() const { return index_.size(); }
+
+  // The place of the first record of a key with `hash` that `same(place)`
+  // confirms; or null after filing `here` as the key's first record.
+  template <class Same>
+  const Place* FindOrAdd(uint64_t hash, const Place& here, Same&& same) {
+    const auto id = static_cast<FingerprintIndex::Id>(count_);
+    const FingerprintIndex::Id found = index_.FindOrAdd(
+        hash, id, [&](FingerprintIndex::Id candidate) { return same(At(candidate)); });
+    if (found != FingerprintIndex::kNone) return &At(found);
+    if ((count_ & (kChunk - 1)) == 0) chunks_.emplace_back(new Place[kChunk]);
+    At(id) = here;
+    ++count_;
+    return nullptr;
+  }
+
+  void clear() {
+    index_.clear();
+    chunks_.clear();
+    count_ = 0;
+  }
+
+ private:
+  static constexpr int kChunkBits = 12;
+  static constexpr size_t kChunk = size_t{1} << kChunkBits;
+  Place& At(FingerprintIndex::Id id) { return chunks_[id >> kChunkBits][id & (kChunk - 1)]; }
+
+  FingerprintIndex index_;
+  std::vector<std::unique_ptr<Place[]>> chunks_;
+  size_t count_ = 0;
+};
+
+}  // namespace volp
