@@ -134,9 +134,14 @@ void ValidarRegistro_0105(Run& run, Record& rec, int prev_type, int src_line) {
 
   const Field cnpj = rec.field(f0105::kCnpjVan);
   if (cnpj.filled) {
-    auto [first, added] = Register(st.vans, PairKey(st, st.current_client, cnpj.text), Here(run));
-    if (!added) {
-      ReportDuplicateNoKey(run, rec, f0105::kCnpjVan, MsgId::kVanRepetida, *first);
+    const char* client = st.current_client.view().data();
+    const Block0State::VanPlace* first = st.vans.FindOrAdd(
+        KeyHash{}(PairKey(st, st.current_client, cnpj.text)), {Here(run), client},
+        [&](const Block0State::VanPlace& p) {
+          return p.client == client && run.SameFields(p.first.offset, rec, {f0105::kCnpjVan});
+        });
+    if (first != nullptr) {
+      ReportDuplicateNoKey(run, rec, f0105::kCnpjVan, MsgId::kVanRepetida, first->first);
     }
   }
 
@@ -181,17 +186,18 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
   if (!code.filled) return;
   auto [device, added] = st.devices.Insert(code.text);
   if (!added) {
-    ReportDuplicate(run, rec, f0200::kCodMcapt, MsgId::kMcaptRepetido, code.text,
-                    RegisteredAt{device->offset, device->line});
+    ReportDuplicate(
+        run, rec, f0200::kCodMcapt, MsgId::kMcaptRepetido, code.text,
+        RegisteredAt{static_cast<int64_t>(device->offset), static_cast<int64_t>(device->line)});
     return;
   }
   device->offset = run.ctx.offset;
   device->line = run.ctx.line;
-  device->code_column = static_cast<int16_t>(code.column);
+  device->code_column = static_cast<uint16_t>(code.column);
   // The entry keeps TIPO_TECN in a byte: a longer, wrong text (263) must not
   // wrap around to a meaningful type (7), so larger values stay at 127, which
   // means nothing.
-  device->tipo_tecn = static_cast<int8_t>(tipo < 0 ? 0 : (tipo > 127 ? 127 : tipo));
+  device->tipo_tecn = static_cast<uint8_t>(tipo < 0 ? 0 : (tipo > 127 ? 127 : tipo));
   // A new code for a terminal (logical number and brand) already declared
   // under another code is the same device registered twice.
   if (rec.filled(f0200::kNumLog)) {
@@ -204,8 +210,9 @@ void ValidarRegistro_0200(Run& run, Record& rec, int prev_type, int src_line) {
         });
     if (first != FingerprintIndex::kNone) {
       const DeviceEntry& d = st.devices.At(first);
-      ReportDuplicateNoKey(run, rec, f0200::kNumLog, MsgId::kTerminalRepetido,
-                           RegisteredAt{d.offset, d.line});
+      ReportDuplicateNoKey(
+          run, rec, f0200::kNumLog, MsgId::kTerminalRepetido,
+          RegisteredAt{static_cast<int64_t>(d.offset), static_cast<int64_t>(d.line)});
     }
   }
 }
@@ -314,7 +321,8 @@ void VerificacaoRegistro_0200(Run& run, int src_line) {
   for (DeviceEntry* d : run.block0.devices.InKeyOrder(unused)) {
     if (run.TooManyErrors()) return;
     const std::string_view code = d->code;
-    FieldRef f{t.fields[f0200::kCodMcapt].name, d->code_column, code, Len(code)};
+    FieldRef f{t.fields[f0200::kCodMcapt].name, static_cast<int32_t>(d->code_column), code,
+               Len(code)};
     run.ReportAt(d->offset, d->line, kR0200, f0200::kCodMcapt, &f, MsgId::kMcaptSemReferencia,
                  code);
   }

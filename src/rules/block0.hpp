@@ -25,7 +25,6 @@ struct ClientEntry {
   TextRef code;        // COD_CLIENTE, followed by UF and the CPF
   int64_t offset = 0;  // the 0100's position and line
   int64_t line = 0;
-  TextRef last_uf_dest;         // last UF_DEST accepted through the client's own UF
   int16_t code_column = 0;      // column of COD_CLIENTE in that line
   int16_t uf_column = 0;        // column of UF (field 09) in that line
   bool referenced : 1 = false;  // named by some block 1 record
@@ -38,15 +37,20 @@ struct ClientEntry {
   std::string_view uf() const { return code.Next().view(); }
   std::string_view cpf() const { return by_cpf ? code.Next().Next().view() : std::string_view(); }
 };
+static_assert(sizeof(ClientEntry) == 32);
 
+// A capture device (0200), 24 bytes: millions of them fill block 0 of the
+// largest acquirers. Positions are kept in 48 bits (files up to 256 TiB),
+// beside the code's column (at most 9,999) and TIPO_TECN.
 struct DeviceEntry {
   TextRef code;  // COD_MCAPT
-  int64_t offset = 0;
-  int64_t line = 0;
-  int16_t code_column = 0;
-  int8_t tipo_tecn = 0;
-  bool referenced = false;
+  uint64_t offset : 48 = 0;
+  uint64_t code_column : 16 = 0;
+  uint64_t line : 48 = 0;
+  uint64_t tipo_tecn : 8 = 0;  // 1-7; 0 when not one of those, 127 when far out
+  uint64_t referenced : 1 = 0;
 };
+static_assert(sizeof(DeviceEntry) == 24);
 
 struct PartnerEntry {
   TextRef code;  // COD_IP_PAR
@@ -74,8 +78,14 @@ struct Block0State {
   Registry<PartnerEntry> partners;
 
   // A VAN (0105) is registered once per client: key "COD_CLIENTE|CNPJ da VAN",
-  // the client being the one of the 0100 that precedes the 0105.
-  Registry<UniqueKey> vans{64 * 1024};
+  // the client being the one of the 0100 that precedes the 0105. Filed as a
+  // fingerprint with the first 0105's place and its client, whose line is
+  // read again to compare the CNPJ.
+  struct VanPlace {
+    RegisteredAt first;
+    const char* client = nullptr;  // the client's stored code; null for none
+  };
+  FirstPlaces<VanPlace> vans;
   // A physical terminal is registered once whatever its COD_MCAPT: key
   // "NUM_LOG|Marca" of the 0200, filed as a fingerprint with the id of the
   // device that declared it first (whose 0200 line is read again to confirm).

@@ -203,9 +203,8 @@ struct Block1State {
 
   // Number of 1110 per CNPJ_ADQUI.
   KeyMap<int64_t> adquirentes;
-  // Texts kept for the whole run (acquirer CNPJs, UF_DEST values).
+  // Texts kept for the whole run (acquirer CNPJs).
   Arena arena{64 * 1024};
-  KeyMap<TextRef> ufs;  // UF_DEST values, each stored once
 
   // CPF accumulator, by the CPF text (a view of the client's registry entry,
   // which lives as long as the run).

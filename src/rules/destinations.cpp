@@ -51,14 +51,6 @@ bool UfDestinoRecusada(Run& run, const Record& rec, bool is_1220) {
   }
   if (uf == fisco) {
     pass();
-    // UF_DEST values are few: each is stored once for all clients.
-    Block1State& b = run.block1;
-    auto it = b.ufs.find(uf_dest);
-    if (it == b.ufs.end()) {
-      const TextRef stored = b.arena.Intern(uf_dest);
-      it = b.ufs.emplace(stored.view(), stored).first;
-    }
-    client->last_uf_dest = it->second;
     return false;
   }
   return run.ctx.finalidade != 3;
