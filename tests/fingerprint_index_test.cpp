@@ -35,7 +35,7 @@ struct Place {
 // growth and clearing included.
 void MatchesExactKeys(uint32_t seed, uint64_t (*fingerprint)(std::string_view)) {
   std::mt19937 rng(seed);
-  FirstPlaces<Place> places;
+  FingerprintMap<Place> places;
   std::map<std::string, int64_t> exact;
   std::vector<std::string> text_at_line(1);  // line -> key of that record
   for (int64_t line = 1; line <= 6000; ++line) {
@@ -60,7 +60,7 @@ void MatchesExactKeys(uint32_t seed, uint64_t (*fingerprint)(std::string_view)) 
   }
 }
 
-TEST(FirstPlaces, MatchesAnExactMap) {
+TEST(FingerprintMap, MatchesAnExactMap) {
   struct Case {
     const char* name;
     uint64_t (*fingerprint)(std::string_view);

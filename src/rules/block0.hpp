@@ -85,7 +85,7 @@ struct Block0State {
     RegisteredAt first;
     const char* client = nullptr;  // the client's stored code; null for none
   };
-  FirstPlaces<VanPlace> vans;
+  FingerprintMap<VanPlace> vans;
   // A physical terminal is registered once whatever its COD_MCAPT: key
   // "NUM_LOG|Marca" of the 0200, filed as a fingerprint with the id of the
   // device that declared it first (whose 0200 line is read again to confirm).

@@ -138,19 +138,23 @@ struct FirstTransaction {
 
 // Monthly totals of a client identified by CPF (the 1100 that are not
 // extemporaneous), until they reach both minimums that justify declaring it.
+// The CPF is the one stored behind the first such client's code in the
+// registry, which lives as long as the run.
 struct CpfTotals {
-  bool reached = false;
-  int64_t valor = 0;  // cents
+  const ClientEntry* client = nullptr;  // the first client with this CPF
+  int64_t valor = 0;                    // cents
   int64_t qtd = 0;
   int32_t first = -1;  // chain of contributions, in file order
   int32_t last = -1;
+  bool reached = false;
 };
+// A 1100 that went into a CPF's totals. The length of its COD_CLIENTE is
+// the client's code's: the client was found by that very text.
 struct CpfContribution {
   int64_t line = 0;
   int64_t offset = 0;
   const ClientEntry* client = nullptr;  // whose COD_CLIENTE the finding shows
   int32_t column = -1;                  // of that 1100's COD_CLIENTE
-  int32_t length = 0;
   int32_t next = -1;
 };
 
@@ -194,10 +198,10 @@ struct Block1State {
   // clients would not fit as texts, so they keep fingerprints and the first
   // record's place, and a matching fingerprint is confirmed by reading that
   // record's line again.
-  FirstPlaces<FirstSeen> r1100;
+  FingerprintMap<FirstSeen> r1100;
   KeyMap<FirstSeen> r1110;
   TagSet<FirstTransaction> r1115;  // keys kept inside, emptied at every 1110
-  FirstPlaces<FirstSeen> r1200;
+  FingerprintMap<FirstSeen> r1200;
   KeyPool r1110_keys;
   KeyBuffer key;  // scratch where a key is built before the lookup
 
@@ -208,7 +212,7 @@ struct Block1State {
 
   // CPF accumulator, by the CPF text (a view of the client's registry entry,
   // which lives as long as the run).
-  KeyMap<CpfTotals> cpfs;
+  FingerprintMap<CpfTotals> cpfs;
   std::vector<CpfContribution> cpf_contributions;
 
   // Finalidade 3: the months each client's 1100 covered, the missing ones

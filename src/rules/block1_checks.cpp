@@ -106,9 +106,9 @@ void VerificacaoRegistro_1100_TransacoesComCPF(Run& run, int src_line) {
   const Block1State& b = run.block1;
 
   std::vector<std::pair<std::string_view, const CpfTotals*>> abaixo;
-  for (const auto& [cpf, totals] : b.cpfs) {
-    if (!totals.reached) abaixo.emplace_back(cpf, &totals);
-  }
+  b.cpfs.ForEach([&](const CpfTotals& totals) {
+    if (!totals.reached) abaixo.emplace_back(totals.client->cpf(), &totals);
+  });
   std::sort(abaixo.begin(), abaixo.end(),
             [](const auto& x, const auto& y) { return x.first < y.first; });
 
@@ -121,7 +121,8 @@ void VerificacaoRegistro_1100_TransacoesComCPF(Run& run, int src_line) {
     for (int32_t i = t->first; i >= 0; i = b.cpf_contributions[i].next) {
       if (run.TooManyErrors()) return;
       const CpfContribution& c = b.cpf_contributions[i];
-      const FieldRef ref{campo.name, c.column, c.client->code.view(), c.length};
+      const std::string_view code = c.client->code.view();
+      const FieldRef ref{campo.name, c.column, code, static_cast<int32_t>(code.size())};
       // Negated: the finding names COD_CLIENTE but is about the whole 1100.
       const int field = -f1100::kCodCliente;
       if (valor && qtd) {

@@ -54,7 +54,7 @@ inline void RegistroUnico(Run& run, const Record& rec, KeyMap<FirstSeen>& seen, 
 // The same for a set that keeps only fingerprints (1100, 1200 over the whole
 // block): `key` joins the texts of `fields`, and a fingerprint that matches is
 // confirmed against those fields of the first record's line, read again.
-inline void RegistroUnico(Run& run, const Record& rec, FirstPlaces<FirstSeen>& seen,
+inline void RegistroUnico(Run& run, const Record& rec, FingerprintMap<FirstSeen>& seen,
                           std::string_view key, std::initializer_list<int> fields) {
   const FirstSeen* first =
       seen.FindOrAdd(KeyHash{}(key), FirstSeen{run.ctx.line, run.ctx.offset},

@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace volp {
@@ -74,26 +75,40 @@ class FingerprintIndex {
   size_t mask_ = 0;
 };
 
-// Where the first record of each key was, for the "já foi encontrado na
-// linha L e posição P" findings of its repetitions: the places in chunks
-// that never move, found through a FingerprintIndex.
-template <class Place>
-class FirstPlaces {
+// Values found by a key's fingerprint: where the first record of each key
+// was, for the "já foi encontrado na linha L e posição P" findings of its
+// repetitions; the running totals of each CPF. The values sit in chunks that
+// never move, numbered in the order they were added.
+template <class V>
+class FingerprintMap {
  public:
   size_t size() const { return index_.size(); }
 
-  // The place of the first record of a key with `hash` that `same(place)`
-  // confirms; or null after filing `here` as the key's first record.
+  // The value of a key with `hash` that `same(value)` confirms, and false;
+  // or, when there is none, `value` filed as the key's, and true.
   template <class Same>
-  const Place* FindOrAdd(uint64_t hash, const Place& here, Same&& same) {
+  std::pair<V*, bool> Insert(uint64_t hash, const V& value, Same&& same) {
     const auto id = static_cast<FingerprintIndex::Id>(count_);
     const FingerprintIndex::Id found = index_.FindOrAdd(
         hash, id, [&](FingerprintIndex::Id candidate) { return same(At(candidate)); });
-    if (found != FingerprintIndex::kNone) return &At(found);
-    if ((count_ & (kChunk - 1)) == 0) chunks_.emplace_back(new Place[kChunk]);
-    At(id) = here;
+    if (found != FingerprintIndex::kNone) return {&At(found), false};
+    if ((count_ & (kChunk - 1)) == 0) chunks_.emplace_back(new V[kChunk]);
+    At(id) = value;
     ++count_;
-    return nullptr;
+    return {&At(id), true};
+  }
+
+  // The value of a key already there, or null after filing `value` as its.
+  template <class Same>
+  const V* FindOrAdd(uint64_t hash, const V& value, Same&& same) {
+    auto [v, added] = Insert(hash, value, same);
+    return added ? nullptr : v;
+  }
+
+  // Every value, in the order it was added.
+  template <class F>
+  void ForEach(F f) const {
+    for (size_t id = 0; id < count_; ++id) f(At(static_cast<FingerprintIndex::Id>(id)));
   }
 
   void clear() {
@@ -105,10 +120,13 @@ class FirstPlaces {
  private:
   static constexpr int kChunkBits = 12;
   static constexpr size_t kChunk = size_t{1} << kChunkBits;
-  Place& At(FingerprintIndex::Id id) { return chunks_[id >> kChunkBits][id & (kChunk - 1)]; }
+  V& At(FingerprintIndex::Id id) { return chunks_[id >> kChunkBits][id & (kChunk - 1)]; }
+  const V& At(FingerprintIndex::Id id) const {
+    return chunks_[id >> kChunkBits][id & (kChunk - 1)];
+  }
 
   FingerprintIndex index_;
-  std::vector<std::unique_ptr<Place[]>> chunks_;
+  std::vector<std::unique_ptr<V[]>> chunks_;
   size_t count_ = 0;
 };
 

@@ -115,7 +115,11 @@ namespace {
 void AcumularCpf(Run& run, const Record& rec, int64_t valor, int64_t qtd) {
   Block1State& b = run.block1;
   const ClientEntry* client = b.current_client;
-  CpfTotals& t = b.cpfs[client->cpf()];
+  const std::string_view cpf = client->cpf();
+  CpfTotals& t = *b.cpfs
+                      .Insert(KeyHash{}(cpf), CpfTotals{client},
+                              [&](const CpfTotals& other) { return other.client->cpf() == cpf; })
+                      .first;
   if (t.reached) return;
 
   CpfContribution c;
@@ -123,7 +127,6 @@ void AcumularCpf(Run& run, const Record& rec, int64_t valor, int64_t qtd) {
   c.offset = run.ctx.offset;
   c.client = client;
   c.column = rec.column(F::kCodCliente);
-  c.length = rec.length(F::kCodCliente);
   const int32_t index = static_cast<int32_t>(b.cpf_contributions.size());
   b.cpf_contributions.push_back(c);
   if (t.last >= 0) {
