@@ -71,8 +71,9 @@ TEST(FingerprintMap, MatchesAnExactMap) {
       // matching tags, each settled by the confirmation.
       {"eight values", [](std::string_view s) { return (KeyHash{}(s)&7) << 61; }},
       {"one value", [](std::string_view) { return uint64_t{0x1234567800000000}; }},
-      // Tags that differ only above the bits that place them: one home slot.
-      {"one home", [](std::string_view s) { return (KeyHash{}(s) | 0xFFFFFFF) << 32; }},
+      // Tags that differ only below the bits that place them: one home slot.
+      {"one home",
+       [](std::string_view s) { return (uint64_t{0xABCD0000} | (KeyHash{}(s)&0xF)) << 32; }},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -2,14 +2,15 @@
 // keep: the 1100 and 1200 of a year, the physical terminals of millions of
 // capture devices. Each key is filed only as the upper 32 bits of its hash
 // beside a 32-bit id (whatever the caller numbers: a first record's place, a
-// registry entry), 8 bytes a slot, at most three slots in four in use.
+// registry entry), 8 bytes a slot, at most three slots in four in use
+// (SlotTable).
 //
 // A matching fingerprint only names a candidate: the caller confirms it,
 // usually by reading the candidate's line again (see EarlierLines), so two
 // different keys never pass for one. The slot's position comes from the
 // fingerprint too, so the table can grow without the keys. Keys whose home
-// slots coincide share those low bits, and only the bits above them tell the
-// keys apart: with millions of keys a confirmation that fails happens about
+// slots coincide share the fingerprint's high bits, and only the bits below
+// them tell the keys apart: with millions of keys a confirmation that fails happens about
 // once in a thousand insertions, a read of one line each.
 #pragma once
 
@@ -17,6 +18,8 @@
 #include <memory>
 #include <utility>
 #include <vector>
+
+#include "rules/intern.hpp"
 
 namespace volp {
 
@@ -33,8 +36,9 @@ class FingerprintIndex {
   Id FindOrAdd(uint64_t hash, Id id, Same&& same) {
     if (count_ + 1 > limit_) Grow();
     const uint64_t tag = hash >> 32;
-    size_t i = static_cast<size_t>(tag) & mask_;
-    for (;; i = (i + 1) & mask_) {
+    const size_t n = slots_.size();
+    size_t i = SlotTable::Home(static_cast<uint32_t>(tag), n);
+    for (;; i = SlotTable::Step(i, n)) {
       const uint64_t slot = slots_[i];
       if (slot == 0) break;
       if ((slot >> 32) == tag && same(static_cast<Id>(slot) - 1)) return static_cast<Id>(slot) - 1;
@@ -47,24 +51,23 @@ class FingerprintIndex {
   // Empties the index and gives its memory back.
   void clear() {
     std::vector<uint64_t>().swap(slots_);
-    count_ = limit_ = mask_ = 0;
+    count_ = limit_ = 0;
   }
 
   size_t TableBytes() const { return slots_.capacity() * sizeof(uint64_t); }
 
  private:
-  // Doubles the table (16 slots at first) and puts every slot back at the
-  // place its fingerprint gives in the larger one.
+  // Grows the table by half (16 slots at first) and puts every slot back at
+  // the place its fingerprint gives in the larger one.
   void Grow() {
-    const size_t capacity = slots_.empty() ? 16 : slots_.size() * 2;
+    const size_t capacity = SlotTable::Next(slots_.size());
     std::vector<uint64_t> old(capacity, 0);
     old.swap(slots_);
-    mask_ = capacity - 1;
-    limit_ = capacity / 4 * 3;
+    limit_ = SlotTable::Limit(capacity);
     for (uint64_t slot : old) {
       if (slot == 0) continue;
-      size_t i = static_cast<size_t>(slot >> 32) & mask_;
-      while (slots_[i] != 0) i = (i + 1) & mask_;
+      size_t i = SlotTable::Home(static_cast<uint32_t>(slot >> 32), capacity);
+      while (slots_[i] != 0) i = SlotTable::Step(i, capacity);
       slots_[i] = slot;
     }
   }
@@ -72,7 +75,6 @@ class FingerprintIndex {
   std::vector<uint64_t> slots_;
   size_t count_ = 0;
   size_t limit_ = 0;
-  size_t mask_ = 0;
 };
 
 // Values found by a key's fingerprint: where the first record of each key

@@ -116,6 +116,31 @@ inline TextRef Arena::Intern(std::string_view first, std::initializer_list<std::
   return stored;
 }
 
+// The slot tables of the run-long sets (registries, fingerprint indexes)
+// grow by half, not double, so that after a growth they are half full rather
+// than three eighths: with millions of entries that is a quarter of their
+// memory. A size that is not a power of two takes a key's home slot from 32
+// bits of its hash by a multiplication ("fast range") instead of a mask.
+struct SlotTable {
+  static constexpr size_t kFirst = 16;
+  static constexpr size_t kMax = size_t{1} << 32;
+  // The size after `capacity` (0 before the first growth).
+  static size_t Next(size_t capacity) {
+    const size_t n = capacity == 0 ? kFirst : capacity + capacity / 2;
+    return n < kMax ? n : kMax;
+  }
+  // Entries a table of `capacity` takes before it grows: three slots in four,
+  // and at the largest size all but one (so a probe always meets an empty
+  // slot).
+  static size_t Limit(size_t capacity) {
+    return capacity == kMax ? capacity - 1 : capacity / 4 * 3;
+  }
+  static size_t Home(uint32_t bits, size_t capacity) {
+    return static_cast<size_t>((static_cast<uint64_t>(bits) * capacity) >> 32);
+  }
+  static size_t Step(size_t i, size_t capacity) { return i + 1 == capacity ? 0 : i + 1; }
+};
+
 // Hash of a key text, inlined where the maps are probed (a lookup per
 // record in block 1): 16 bytes at a time folded in with one 64x64->128
 // multiplication, the mixing step of the well-known "wyhash" family.

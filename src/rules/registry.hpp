@@ -37,7 +37,8 @@ class Registry {
     if (count_ == 0) return nullptr;
     const uint64_t h = HashOf(key);
     const uint64_t tag = h >> 32;
-    for (size_t i = h & mask_;; i = (i + 1) & mask_) {
+    const size_t n = slots_.size();
+    for (size_t i = SlotTable::Home(static_cast<uint32_t>(h), n);; i = SlotTable::Step(i, n)) {
       const uint64_t slot = slots_[i];
       if (slot == 0) return nullptr;
       if ((slot >> 32) == tag) {
@@ -55,8 +56,9 @@ class Registry {
     if (count_ + 1 > limit_) Grow();
     const uint64_t h = HashOf(key);
     const uint64_t tag = h >> 32;
-    size_t i = h & mask_;
-    for (;; i = (i + 1) & mask_) {
+    const size_t n = slots_.size();
+    size_t i = SlotTable::Home(static_cast<uint32_t>(h), n);
+    for (;; i = SlotTable::Step(i, n)) {
       const uint64_t slot = slots_[i];
       if (slot == 0) break;
       if ((slot >> 32) == tag) {
@@ -117,7 +119,6 @@ class Registry {
     slots_.clear();
     arena_.Clear();
     count_ = limit_ = 0;
-    mask_ = 0;
   }
 
   // Bytes held, for the memory figures of tests and benchmarks.
@@ -129,18 +130,17 @@ class Registry {
 
   uint64_t HashOf(std::string_view key) const { return static_cast<uint64_t>(hash_(key)); }
 
-  // Doubles the table (16 slots at first) and puts every id back. Ids are
-  // visited in order, so the keys are read from the arena front to back.
+  // Grows the table by half (16 slots at first) and puts every id back. Ids
+  // are visited in order, so the keys are read from the arena front to back.
   void Grow() {
-    const size_t capacity = slots_.empty() ? 16 : slots_.size() * 2;
+    const size_t capacity = SlotTable::Next(slots_.size());
     std::vector<uint64_t>().swap(slots_);
     slots_.assign(capacity, 0);
-    mask_ = capacity - 1;
-    limit_ = capacity / 4 * 3;  // at most three slots in four in use
+    limit_ = SlotTable::Limit(capacity);
     for (size_t id = 0; id < count_; ++id) {
       const uint64_t h = HashOf(At(static_cast<Id>(id)).code.view());
-      size_t i = h & mask_;
-      while (slots_[i] != 0) i = (i + 1) & mask_;
+      size_t i = SlotTable::Home(static_cast<uint32_t>(h), capacity);
+      while (slots_[i] != 0) i = SlotTable::Step(i, capacity);
       slots_[i] = (h >> 32) << 32 | (static_cast<uint64_t>(id) + 1);
     }
   }
@@ -151,7 +151,6 @@ class Registry {
   std::vector<uint64_t> slots_;  // (hash >> 32) << 32 | (id + 1); 0 = empty
   size_t count_ = 0;
   size_t limit_ = 0;
-  size_t mask_ = 0;
 };
 
 }  // namespace volp
