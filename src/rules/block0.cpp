@@ -103,12 +103,12 @@ void ValidarRegistro_0100(Run& run, Record& rec, int prev_type, int src_line) {
     if (added) {
       entry->offset = run.ctx.offset;
       entry->line = run.ctx.line;
-      entry->code_column = static_cast<int16_t>(code.column);
-      entry->uf_column = static_cast<int16_t>(rec.column(f0100::kUf));
-      entry->by_cpf = by_cpf;
+      entry->code_column = static_cast<uint16_t>(code.column);
+      entry->uf_column = static_cast<uint16_t>(rec.column(f0100::kUf));
     } else {
-      ReportDuplicate(run, rec, f0100::kCodCliente, MsgId::kClienteRepetido, code.text,
-                      RegisteredAt{entry->offset, entry->line});
+      ReportDuplicate(
+          run, rec, f0100::kCodCliente, MsgId::kClienteRepetido, code.text,
+          RegisteredAt{static_cast<int64_t>(entry->offset), static_cast<int64_t>(entry->line)});
     }
     st.current_client = entry->code;
   }
@@ -300,12 +300,13 @@ void VerificacaoRegistro_0100(Run& run, int src_line) {
     if (run.TooManyErrors()) return;
     if (c->referenced) {
       const std::string_view uf = c->uf();
-      FieldRef f{t.fields[f0100::kUf].name, c->uf_column, uf, 2};
+      FieldRef f{t.fields[f0100::kUf].name, static_cast<int32_t>(c->uf_column), uf, 2};
       run.ReportAt(c->offset, c->line, kR0100, f0100::kUf, &f, MsgId::kUfClienteForaUfFisco,
                    CampoNumero(f0100::kUf), uf, uf_fisco.c_str(), CampoNumero(f0000::kUfFisco));
     } else {
       const std::string_view code = c->code;
-      FieldRef f{t.fields[f0100::kCodCliente].name, c->code_column, code, Len(code)};
+      FieldRef f{t.fields[f0100::kCodCliente].name, static_cast<int32_t>(c->code_column), code,
+                 Len(code)};
       run.ReportAt(c->offset, c->line, kR0100, f0100::kCodCliente, &f, MsgId::kClienteSemReferencia,
                    code);
     }

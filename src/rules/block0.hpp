@@ -17,27 +17,27 @@ namespace volp {
 struct Run;
 struct Record;
 
-// A client (0100). The registry stores COD_CLIENTE, then UF (field 09), then
-// the CPF (field 04) of a client identified by CPF only, one behind the other:
-// `code` addresses all three. Columns fit 16 bits: a record is at most 9,999
-// bytes long.
+// A client (0100), 24 bytes. The registry stores COD_CLIENTE, then UF (field
+// 09), then the CPF (field 04) of a client identified by CPF only (an empty
+// text for any other), one behind the other: `code` addresses all three.
+// Positions are kept in 48 bits (files up to 256 TiB); columns in 14 bits, as
+// a record is at most 9,999 bytes long.
 struct ClientEntry {
-  TextRef code;        // COD_CLIENTE, followed by UF and the CPF
-  int64_t offset = 0;  // the 0100's position and line
-  int64_t line = 0;
-  int16_t code_column = 0;      // column of COD_CLIENTE in that line
-  int16_t uf_column = 0;        // column of UF (field 09) in that line
-  bool referenced : 1 = false;  // named by some block 1 record
-  bool exempt : 1 = false;      // exempt from the no-reference check
-  bool has_1120 : 1 = false;
-  bool has_1220 : 1 = false;
-  bool dest_matches_fisco : 1 = false;  // a 1120/1220 went through the UF rule
-  bool by_cpf : 1 = false;              // identified by CPF only: the CPF is stored
+  TextRef code;                   // COD_CLIENTE, followed by UF and the CPF
+  uint64_t offset : 48 = 0;       // the 0100's position
+  uint64_t code_column : 14 = 0;  // column of COD_CLIENTE in that line
+  uint64_t referenced : 1 = 0;    // named by some block 1 record
+  uint64_t exempt : 1 = 0;        // exempt from the no-reference check
+  uint64_t line : 48 = 0;         // the 0100's line
+  uint64_t uf_column : 14 = 0;    // column of UF (field 09) in that line
+  uint64_t has_1120 : 1 = 0;      // a 1120 / 1220 of the client passed the UF rule
+  uint64_t has_1220 : 1 = 0;
 
   std::string_view uf() const { return code.Next().view(); }
-  std::string_view cpf() const { return by_cpf ? code.Next().Next().view() : std::string_view(); }
+  // Empty unless the client is identified by CPF only.
+  std::string_view cpf() const { return code.Next().Next().view(); }
 };
-static_assert(sizeof(ClientEntry) == 32);
+static_assert(sizeof(ClientEntry) == 24);
 
 // A capture device (0200), 24 bytes: millions of them fill block 0 of the
 // largest acquirers. Positions are kept in 48 bits (files up to 256 TiB),

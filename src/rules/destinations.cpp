@@ -38,7 +38,6 @@ bool UfDestinoRecusada(Run& run, const Record& rec, bool is_1220) {
   const std::string_view uf_dest = Text(rec, D::kUfDest);
   const std::string_view fisco = run.ctx.uf_fisco;
   auto pass = [&] {
-    client->dest_matches_fisco = true;
     if (is_1220) {
       client->has_1220 = true;
     } else {
