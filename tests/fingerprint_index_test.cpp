@@ -13,11 +13,13 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "core/earlier_lines.hpp"
 #include "reading/file_lines.hpp"
 #include "reading/reader.hpp"
+#include "rules/block1.hpp"
 #include "rules/intern.hpp"
 #include "support.hpp"
 
@@ -95,6 +97,19 @@ TEST(FingerprintIndex, FilesTheCallersIdsAndConfirmsEachCandidate) {
   index.clear();
   EXPECT_EQ(index.size(), 0u);
   EXPECT_EQ(index.TableBytes(), 0u);
+}
+
+// Positions and lines up to 48 bits come back whole, each half apart.
+TEST(PackedPlace, KeepsPositionAndLineTo48Bits) {
+  const int64_t top = (int64_t{1} << 48) - 1;
+  const std::pair<int64_t, int64_t> cases[] = {
+      {0, 0},   {1, 2},     {0xFFFFFFFF, 0x100000000}, {top, 1},
+      {1, top}, {top, top}, {123456789, 9876543210}};
+  for (const auto& [line, offset] : cases) {
+    const PackedPlace p = PackedPlace::Of(line, offset);
+    EXPECT_EQ(p.line(), line);
+    EXPECT_EQ(p.offset(), offset);
+  }
 }
 
 TEST(EarlierLines, FieldsOfALineReadAgainAreTheSplitsFields) {

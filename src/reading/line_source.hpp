@@ -62,7 +62,9 @@ class LineSource {
   static constexpr size_t kCarry = 10000;      // room for the start of a cut line
   static constexpr size_t kBlock = 4 << 20;    // bytes of a block, by default
   static constexpr size_t kPiece = 256 << 10;  // bytes read, mapped and hashed at a time
-  static constexpr int kSlots = 6;
+  // One block in hand and up to three read ahead: enough to ride out a slow
+  // read, while each slot holds 4 MiB of text and 1.5 MiB of maps.
+  static constexpr int kSlots = 4;
 
   // Blocks are numbered from 0 in file order; block b lives in slot b % kSlots.
   struct Slot {

@@ -130,6 +130,24 @@ struct FirstSeen {
   int64_t line = 0;
   int64_t offset = 0;
 };
+// The same in 12 bytes, for the sets that last the whole block: position and
+// line in 48 bits each (files up to 256 TiB).
+struct PackedPlace {
+  uint32_t offset_low = 0;
+  uint32_t line_low = 0;
+  uint32_t high = 0;  // offset's bits 32-47, then line's bits 32-47
+
+  static PackedPlace Of(int64_t line, int64_t offset) {
+    const auto o = static_cast<uint64_t>(offset), l = static_cast<uint64_t>(line);
+    return PackedPlace{static_cast<uint32_t>(o), static_cast<uint32_t>(l),
+                       static_cast<uint32_t>((o >> 32 & 0xFFFF) | (l >> 32 & 0xFFFF) << 16)};
+  }
+  int64_t offset() const {
+    return static_cast<int64_t>(uint64_t{high & 0xFFFF} << 32 | offset_low);
+  }
+  int64_t line() const { return static_cast<int64_t>(uint64_t{high >> 16} << 32 | line_low); }
+};
+static_assert(sizeof(PackedPlace) == 12);
 struct FirstTransaction {
   int64_t line = 0;
   int64_t offset = 0;
@@ -198,10 +216,10 @@ struct Block1State {
   // clients would not fit as texts, so they keep fingerprints and the first
   // record's place, and a matching fingerprint is confirmed by reading that
   // record's line again.
-  FingerprintMap<FirstSeen> r1100;
+  FingerprintMap<PackedPlace> r1100;
   KeyMap<FirstSeen> r1110;
   TagSet<FirstTransaction> r1115;  // keys kept inside, emptied at every 1110
-  FingerprintMap<FirstSeen> r1200;
+  FingerprintMap<PackedPlace> r1200;
   KeyPool r1110_keys;
   KeyBuffer key;  // scratch where a key is built before the lookup
 

@@ -54,14 +54,14 @@ inline void RegistroUnico(Run& run, const Record& rec, KeyMap<FirstSeen>& seen, 
 // The same for a set that keeps only fingerprints (1100, 1200 over the whole
 // block): `key` joins the texts of `fields`, and a fingerprint that matches is
 // confirmed against those fields of the first record's line, read again.
-inline void RegistroUnico(Run& run, const Record& rec, FingerprintMap<FirstSeen>& seen,
+inline void RegistroUnico(Run& run, const Record& rec, FingerprintMap<PackedPlace>& seen,
                           std::string_view key, std::initializer_list<int> fields) {
-  const FirstSeen* first =
-      seen.FindOrAdd(KeyHash{}(key), FirstSeen{run.ctx.line, run.ctx.offset},
-                     [&](const FirstSeen& p) { return run.SameFields(p.offset, rec, fields); });
+  const PackedPlace* first =
+      seen.FindOrAdd(KeyHash{}(key), PackedPlace::Of(run.ctx.line, run.ctx.offset),
+                     [&](const PackedPlace& p) { return run.SameFields(p.offset(), rec, fields); });
   if (first == nullptr) return;
-  run.Report(rec, 0, MsgId::kRegistroRepetido, rec.type->code, Milhar(first->line),
-             Milhar(first->offset));
+  run.Report(rec, 0, MsgId::kRegistroRepetido, rec.type->code, Milhar(first->line()),
+             Milhar(first->offset()));
 }
 
 // A message about a date against a bound: the bound, then the date.
