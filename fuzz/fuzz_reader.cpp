@@ -3,9 +3,11 @@
 // boundaries in every way, the size of the pieces read at a time, and whether
 // the run stops after the middle line; the rest is the file. Lines, the pipe
 // and non-Latin-1 maps and the digest (of the lines taken) must be what the
-// reference says.
+// reference says, and each line split ahead of time the texts between its
+// pipes.
 #include <cstdint>
 
+#include "core/record_types.hpp"
 #include "fuzz_support.hpp"
 #include "platform/platform.hpp"
 #include "reading/line_source.hpp"
@@ -26,6 +28,32 @@ std::string_view ReferenceNext(std::string_view rest) {
   const size_t lf = rest.substr(0, kPiece).find('\n');
   if (lf != std::string_view::npos) return rest.substr(0, lf + 1);
   return rest.substr(0, kPiece);
+}
+
+// A line the reading thread split ahead of time must be one the frame checks
+// accept (CR LF, a pipe at both ends, shorter than 255 bytes) and its record
+// the texts between the pipes, the first a known type, no more fields than
+// its layout.
+void CheckPreSplit(std::string_view line, const volp::PreSplitLine& pre,
+                   const volp::LineSource& source) {
+  using volp::fuzz::Check;
+  volp::Record rec;
+  volp::TakePreSplit(line.data(), pre, source.presplit_ends() + pre.ends_at, rec);
+  Check(line.size() >= 5 && line.size() - 2 < 255 && line.substr(line.size() - 2) == "\r\n",
+        "split ahead: frame");
+  const std::string_view body = line.substr(0, line.size() - 2);
+  Check(body.front() == '|' && body.back() == '|', "split ahead: pipes at the ends");
+  bool control = false;
+  for (char c : body) control |= Bad(static_cast<unsigned char>(c));
+  Check(rec.has_control == control, "split ahead: control bytes");
+  int i = 0;
+  for (size_t pos = 1, bar; (bar = body.find('|', pos)) != std::string_view::npos;
+       pos = bar + 1, ++i) {
+    Check(i < rec.found && rec.text(i) == body.substr(pos, bar - pos), "split ahead: field text");
+    Check(rec.filled(i) == (bar > pos), "split ahead: filled");
+  }
+  Check(i == rec.found && rec.found <= rec.field_count(), "split ahead: field count");
+  Check(volp::FindRecordType(rec.text(0)) == rec.type_index, "split ahead: type");
 }
 
 }  // namespace
@@ -69,6 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           Check(Bit(bits->bad, bits->first + i) == Bad(c), "bad-byte map");
         }
       }
+      if (const volp::PreSplitLine* pre = source.presplit()) CheckPreSplit(line, *pre, source);
       rest.remove_prefix(want.size());
       ++n;
     }

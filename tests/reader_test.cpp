@@ -14,6 +14,7 @@
 #include "declaration_builder.hpp"
 #include "driver/validator.hpp"
 #include "reading/line_source.hpp"
+#include "reading/presplit.hpp"
 #include "support.hpp"
 
 namespace volp {
@@ -220,6 +221,65 @@ TEST(Splitter, BitMapsAgreeWithTheByteScan) {
     const std::string a = SplitOutcome(bytes, bytes.SplitRaw(line));
     const std::string b = SplitOutcome(maps, maps.SplitFromBits(line, align, filler));
     ASSERT_EQ(a, b) << "line [" << line << "] at " << align;
+  }
+}
+
+// Lines the reading thread splits ahead of time skip the frame checks and the
+// split: for each of them the split must give the same record and report
+// nothing. Random lines (most of them with something to report) mixed with
+// clean ones, across block and piece edges, with and without the thread.
+TEST(Splitter, LinesSplitAheadOfTimeAgreeWithTheSplit) {
+  std::mt19937 rng(99);
+  std::string text;
+  for (int i = 0; i < 6000; ++i) {
+    if (rng() % 2 == 0) {
+      text += RandomLine(rng);
+      continue;
+    }
+    static const char* const kTypes[] = {"1115", "1110", "0200", "9999"};
+    std::string line = std::string("|") + kTypes[rng() % 4] + "|";
+    for (size_t f = rng() % 6; f > 0; --f)
+      line += std::string(rng() % 4, "7a\xE9\x01"[rng() % 4]) + "|";
+    text += line + "\r\n";
+  }
+  test::TempDir dir;
+  const std::string path = dir.Write("f.txt", text);
+  test::RunFixture fx;
+  struct Config {
+    size_t block, piece;
+    bool thread;
+  };
+  for (const Config c : {Config{4096, 256, true}, Config{4096, 4096, false}, Config{0, 0, true}}) {
+    platform::InputFile file;
+    int err = 0;
+    ASSERT_TRUE(file.Open(path, &err));
+    LineSource src(file, nullptr, nullptr, c.block, c.piece, c.thread);
+    std::string_view line;
+    size_t lines = 0, taken = 0;
+    Record pre;
+    while (src.Next(&line)) {
+      ++lines;
+      if (src.presplit() == nullptr) continue;
+      ++taken;
+      const int type = TakePreSplit(line.data(), *src.presplit(),
+                                    src.presplit_ends() + src.presplit()->ends_at, pre);
+      fx.ps.findings.list.clear();
+      ASSERT_EQ(fx.SplitRaw(std::string(line)), type) << line;
+      const Record& want = fx.rec;
+      ASSERT_TRUE(fx.ps.findings.list.empty()) << line;
+      ASSERT_EQ(pre.found, want.found) << line;
+      ASSERT_EQ(pre.has_control, want.has_control) << line;
+      ASSERT_EQ(pre.filled_bits, want.filled_bits) << line;
+      ASSERT_EQ(pre.valid_bits, want.valid_bits) << line;
+      for (int i = 0; i < want.field_count(); ++i) {
+        ASSERT_EQ(pre.text(i), want.text(i)) << line << " field " << i;
+        ASSERT_EQ(pre.column(i), want.column(i)) << line << " field " << i;
+        ASSERT_EQ(pre.length(i), want.length(i)) << line << " field " << i;
+      }
+    }
+    // Clean lines are taken, but for each block's first and those with more
+    // fields than their layout.
+    EXPECT_GT(taken * 4, lines) << c.block;
   }
 }
 

@@ -121,13 +121,20 @@ int64_t LerRegistros(Run& run, LineSource& source) {
     // 7. Framing and split. Reading the clock costs about as much as
     // splitting a short record, so the split is timed on one record in 64
     // and the figure scaled.
+    // A line the reading thread split ahead of time has nothing for the
+    // frame checks and the split to report: its record is taken as it is.
+    auto split = [&] {
+      if (const PreSplitLine* pre = source.presplit())
+        return TakePreSplit(raw.data(), *pre, source.presplit_ends() + pre->ends_at, rec);
+      return CheckAndSplit(run, raw, rec, source.bits());
+    };
     int type;
     if ((ctx.line & (kScanSample - 1)) == 0) {
       const uint64_t t0 = platform::Ticks();
-      type = CheckAndSplit(run, raw, rec, source.bits());
+      type = split();
       ps.scan_ticks += (platform::Ticks() - t0) * kScanSample;
     } else {
-      type = CheckAndSplit(run, raw, rec, source.bits());
+      type = split();
     }
 
     if (type < 0) {

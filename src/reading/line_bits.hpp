@@ -53,4 +53,45 @@ inline size_t NextBit(const uint64_t* bits, size_t from, size_t to) {
   }
 }
 
+// The pipes of a line in order, from the block's pipe map: no byte of the
+// line is looked at.
+class BitPipes {
+ public:
+  BitPipes(const LineBits& bits, size_t n) : bar_(bits.bar), first_(bits.first) {
+    const size_t last = first_ + n - 1;
+    w_ = first_ >> 6;
+    w_last_ = last >> 6;
+    tail_ = ~uint64_t{0} >> (63 - (last & 63));
+    m_ = bar_[w_] & (~uint64_t{0} << (first_ & 63));
+    if (w_ == w_last_) m_ &= tail_;
+  }
+  bool Next(size_t* pos) {
+    while (m_ == 0) {
+      if (w_ == w_last_) return false;
+      m_ = bar_[++w_];
+      if (w_ == w_last_) m_ &= tail_;
+    }
+    *pos = (w_ << 6) + LowestBit(m_) - first_;
+    m_ &= m_ - 1;
+    return true;
+  }
+
+ private:
+  const uint64_t* bar_;
+  size_t first_, w_, w_last_;
+  uint64_t tail_, m_;
+};
+
+// Whether any of the n (> 0) bits from `first` is set.
+inline bool AnyBit(const uint64_t* bits, size_t first, size_t n) {
+  const size_t last = first + n - 1;
+  const size_t w0 = first >> 6, w1 = last >> 6;
+  const uint64_t head = ~uint64_t{0} << (first & 63);
+  const uint64_t tail = ~uint64_t{0} >> (63 - (last & 63));
+  if (w0 == w1) return (bits[w0] & head & tail) != 0;
+  uint64_t any = (bits[w0] & head) | (bits[w1] & tail);
+  for (size_t w = w0 + 1; w < w1; ++w) any |= bits[w];
+  return any != 0;
+}
+
 }  // namespace volp

@@ -58,17 +58,28 @@ bool LineSource::Next(std::string_view* line) {
           const char* next = fresh_ + lf + 1;
           *line = std::string_view(pos_, static_cast<size_t>(next - pos_));
           pos_ = next;
+          // Lines split ahead of time come in file order; the ones passed
+          // over (pieces of a long line never have one) are skipped.
+          pre_line_ = nullptr;
+          if (at >= 0) {
+            while (pre_next_ != pre_end_ && pre_next_->start < static_cast<size_t>(at)) ++pre_next_;
+            if (pre_next_ != pre_end_ && pre_next_->start == static_cast<size_t>(at) &&
+                pre_next_->length + size_t{2} == line->size())
+              pre_line_ = pre_next_++;
+          }
           return true;
         }
       }
       if (avail >= kCarry - 1) {
         // No line end within 9,999 bytes: this piece is a record of its own.
+        pre_line_ = nullptr;
         *line = std::string_view(pos_, kCarry - 1);
         pos_ += kCarry - 1;
         return true;
       }
     }
     if (eof_) {
+      pre_line_ = nullptr;
       if (avail == 0) return false;
       *line = std::string_view(pos_, avail);  // last line without a line end
       pos_ = end_;
@@ -87,6 +98,10 @@ void LineSource::Fill(int64_t block) {
   size_t got = 0;
   bool failed = false;
   bool short_piece = false;
+  s.pre.clear();
+  s.ends.clear();
+  size_t line_start = SIZE_MAX;  // the first line may have begun in the block before
+  int hint = -1;
   while (got < block_ && !short_piece && !stop_reading_.load(std::memory_order_relaxed)) {
     const size_t want = std::min(piece_, block_ - got);
     size_t n = 0;
@@ -108,6 +123,7 @@ void LineSource::Fill(int64_t block) {
         hashing = false;
       }
     }
+    PreSplitLines(s, fresh, got, got + n, &line_start, &hint);
     got += n;
     short_piece = n < want;  // the end of the file, or a read error
   }
@@ -115,6 +131,21 @@ void LineSource::Fill(int64_t block) {
   s.last = got < block_;
   next_offset_ += static_cast<int64_t>(got);
   if (failed) read_failed_ = true;
+}
+
+void LineSource::PreSplitLines(Slot& s, const char* fresh, size_t from, size_t to,
+                               size_t* line_start, int* hint) {
+  for (size_t lf = NextBit(s.lf.get(), from, to); lf < to; lf = NextBit(s.lf.get(), lf + 1, to)) {
+    if (*line_start != SIZE_MAX) {
+      PreSplitLine pre;
+      if (PreSplit(fresh, *line_start, lf + 1 - *line_start, s.bar.get(), s.bad.get(), *hint, &pre,
+                   s.ends)) {
+        s.pre.push_back(pre);
+        *hint = pre.type_index;
+      }
+    }
+    *line_start = lf + 1;
+  }
 }
 
 void LineSource::Refill() {
@@ -142,6 +173,10 @@ void LineSource::Refill() {
   lf_bits_ = s.lf.get();
   bits_.bar = s.bar.get();
   bits_.bad = s.bad.get();
+  pre_next_ = s.pre.data();
+  pre_end_ = s.pre.data() + s.pre.size();
+  pre_ends_ = s.ends.data();
+  pre_line_ = nullptr;
   pos_ = fresh - carry;
   end_ = fresh + s.fresh_len;
   eof_ = s.last;

@@ -20,10 +20,12 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "platform/platform.hpp"
 #include "platform/sha256.hpp"
 #include "reading/line_bits.hpp"
+#include "reading/presplit.hpp"
 
 namespace volp {
 
@@ -51,6 +53,11 @@ class LineSource {
   // The pipe and non-Latin-1 maps of the line Next() returned, or null for a
   // line that began in the block before (its start was carried over).
   const LineBits* bits() const { return has_bits_ ? &bits_ : nullptr; }
+  // The line Next() returned as the reading thread split it ahead of time
+  // (see presplit.hpp), or null when it was not; its fields' ends lie at
+  // presplit_ends() + presplit()->ends_at.
+  const PreSplitLine* presplit() const { return pre_line_; }
+  const uint8_t* presplit_ends() const { return pre_ends_; }
 
   // Stops the reading thread and leaves in the digest the bytes of the file
   // up to offset `upto`, the end of the last line the run took: it lies in
@@ -75,11 +82,18 @@ class LineSource {
     bool last = false;                         // the file (or the reading) ended in this block
     std::unique_ptr<Sha256> before;            // the digest before buf[kCarry]
     bool before_ok = false;                    // `before` holds that state
+    // Lines split ahead of time, in file order, and their fields' ends. The
+    // lists keep their room from block to block.
+    std::vector<PreSplitLine> pre;
+    std::vector<uint8_t> ends;
   };
 
   void Refill();
-  void Fill(int64_t block);  // reads, maps and hashes the block's fresh bytes
-  void Work();               // the second thread: reads ahead
+  void Fill(int64_t block);  // reads, maps, hashes and splits the block's fresh bytes
+  // Splits ahead of time the lines of `s` that end in fresh[from, to).
+  static void PreSplitLines(Slot& s, const char* fresh, size_t from, size_t to, size_t* line_start,
+                            int* hint);
+  void Work();  // the second thread: reads ahead
 
   platform::InputFile& file_;
   const size_t block_;
@@ -97,6 +111,11 @@ class LineSource {
   const uint64_t* lf_bits_ = nullptr;
   LineBits bits_;
   bool has_bits_ = false;
+  // The block in hand's lines split ahead of time: the next one not yet met.
+  const PreSplitLine* pre_next_ = nullptr;
+  const PreSplitLine* pre_end_ = nullptr;
+  const uint8_t* pre_ends_ = nullptr;
+  const PreSplitLine* pre_line_ = nullptr;  // the line in hand's, or null
   // The digest, fed by whichever thread reads (read here once it stopped).
   int64_t hashed_bytes_ = 0;  // bytes of the file in *hash_
   bool hash_failed_ = false;  // an update failed: *hash_ took no more
