@@ -26,8 +26,12 @@ bool PreSplit(const char* fresh, size_t start, size_t size, const uint64_t* bar,
   if (idx < 0) return false;
   const int fields = kRecordTypes[idx].field_count;
 
+  // Room for every field of the layout at once, then written in place: no
+  // capacity test per field.
   const size_t first_end = ends.size();
-  ends.push_back(static_cast<uint8_t>(next));
+  ends.resize(first_end + static_cast<size_t>(fields));
+  uint8_t* const e = ends.data() + first_end;
+  e[0] = static_cast<uint8_t>(next);
   uint32_t filled = next > 1 ? 1 : 0;
   int found = 1;
   size_t last_bar = next;
@@ -36,11 +40,12 @@ bool PreSplit(const char* fresh, size_t start, size_t size, const uint64_t* bar,
       ends.resize(first_end);
       return false;
     }
-    ends.push_back(static_cast<uint8_t>(next));
+    e[found] = static_cast<uint8_t>(next);
     filled |= static_cast<uint32_t>(next - last_bar > 1) << found;
     ++found;
     last_bar = next;
   }
+  ends.resize(first_end + static_cast<size_t>(found));
   out->start = static_cast<uint32_t>(start);
   out->ends_at = static_cast<uint32_t>(first_end);
   out->filled_bits = filled;
