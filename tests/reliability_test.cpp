@@ -50,7 +50,7 @@ struct Outcome {
   std::vector<Finding> findings;
 };
 
-Outcome RunOn(const std::string& path, size_t block = 0) {
+Outcome RunOn(const std::string& path, size_t block = 0, int threads = 0) {
   ProcessState ps;
   Log log;
   log.Configure(0, "", false);
@@ -58,6 +58,7 @@ Outcome RunOn(const std::string& path, size_t block = 0) {
   o.tables_dir = test::DataDir();
   o.today = test::kToday;
   o.read_block = block;
+  o.threads = threads;
   RunSummary s;
   Outcome out;
   out.result = ExecutarValidacao(ps, log, path, o, &s);
@@ -422,8 +423,10 @@ TEST(KeyBuffer, PartsAreCutAtTheCapacityAndNeverOverrun) {
 }
 
 // The lines, the findings and the digest do not depend on where the reading
-// blocks end: a line may begin in one block and end several blocks later.
-TEST(ReadBlocks, FindingsAndDigestAreTheSameForEveryBlockSize) {
+// blocks end (a line may begin in one block and end several blocks later),
+// nor on the threads: one for everything, a reading thread that splits ahead,
+// or workers that split whole blocks ahead while the reading thread hashes.
+TEST(ReadBlocks, FindingsAndDigestAreTheSameForEveryBlockSizeAndThreads) {
   volpgen::Options go;
   go.transactions = 150;
   go.clients = 4;
@@ -447,7 +450,15 @@ TEST(ReadBlocks, FindingsAndDigestAreTheSameForEveryBlockSize) {
   for (const auto& e : fs::directory_iterator(fs::path(VOLP_TEST_DATA_DIR) / "reports"))
     inputs.emplace_back(e.path().filename().string(), ReadFile(e.path().string()));
 
-  const size_t blocks[] = {1, 2, 3, 63, 64, 65, 4096, 9998, 9999, 10000, 10001, 65536, 4 << 20};
+  struct Config {
+    size_t block;
+    int threads;
+  };
+  std::vector<Config> configs;
+  for (size_t block : {1, 2, 3, 63, 64, 65, 4096, 9998, 9999, 10000, 10001, 65536, 4 << 20})
+    configs.push_back({block, 2});
+  for (int threads : {1, 3, 5})
+    for (size_t block : {64, 4096, 65536, 4 << 20}) configs.push_back({block, threads});
   for (const auto& [name, content] : inputs) {
     SCOPED_TRACE(name);
     TempDir dir;
@@ -458,9 +469,10 @@ TEST(ReadBlocks, FindingsAndDigestAreTheSameForEveryBlockSize) {
       return std::make_tuple(f.line, f.offset, f.record_type, f.field_number, f.column, f.content,
                              f.severity, f.message);
     };
-    for (size_t block : blocks) {
-      SCOPED_TRACE("block of " + std::to_string(block) + " bytes");
-      const Outcome r = RunOn(path, block);
+    for (const Config& c : configs) {
+      SCOPED_TRACE("block of " + std::to_string(c.block) + " bytes, " + std::to_string(c.threads) +
+                   " threads");
+      const Outcome r = RunOn(path, c.block, c.threads);
       EXPECT_EQ(r.result, 1);
       EXPECT_EQ(r.sha256, base.sha256);
       EXPECT_EQ(r.records, base.records);

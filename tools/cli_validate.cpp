@@ -168,6 +168,7 @@ struct Settings {
   std::string report_dir;
   std::string name;
   std::string color = "auto";
+  int threads = 0;
 };
 
 // What every file of one command shares.
@@ -281,6 +282,7 @@ BatchRow RunOne(const Input& input, const Batch& b) {
   options.tables_dir = b.tables.source == TableSource::kNotFound ? "" : b.tables.dir;
   options.stop = &g_stop;
   options.report_stem = stem;
+  options.threads = s.threads;
   CopyName(g_working_file,
            (stem.empty() ? ReportPath(path) : stem + ".validacao.xml") + ".parcial");
 
@@ -586,6 +588,11 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
             return "";
           },
           "AAAAMMDD"));
+  cmd->add_option("--threads", settings->threads,
+                  "Threads: 1 does everything on one; 2 (default) reads, hashes and splits lines "
+                  "ahead on a second; 3 to 5 add threads that split ahead, leaving the second "
+                  "to read and hash")
+      ->check(CLI::Range(1, 5));
   cmd->add_option("--tables", settings->tables,
                   "Directory of RELATORIO_DTB_BRASIL_MUNICIPIO.csv (default: searched, see below)")
       ->check(CLI::ExistingDirectory);

@@ -61,6 +61,8 @@ struct RunOptions {
   // Bytes read from the file at a time; 0 = the reader's default. Tests vary
   // it to show that nothing depends on where the blocks end.
   size_t read_block = 0;
+  // Threads for the run (0 = the default, 2): see Options::threads.
+  int threads = 0;
   // The reports' path without extension; empty = the input path's stem.
   std::string report_stem;
 };

@@ -2,6 +2,7 @@
 // file of its own: driver/setup.cpp, driver/loop.cpp, driver/finish.cpp).
 #include "driver/validator.hpp"
 
+#include <algorithm>
 #include <ctime>
 
 #include "driver/phases.hpp"
@@ -49,7 +50,11 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
 
   FileLines earlier(path);
   run.earlier = &earlier;
-  LineSource source(file, &sha, &ps.read_ticks, BlocoDeLeitura(options, run.ctx.file_size));
+  // The reading keeps at most three blocks ahead of the one in hand: a
+  // fourth split worker would only wait.
+  const int threads = options.threads <= 0 ? 2 : std::min(options.threads, 5);
+  LineSource source(file, &sha, &ps.read_ticks, BlocoDeLeitura(options, run.ctx.file_size), 0,
+                    threads >= 2, threads > 2 ? threads - 2 : 0);
   const int64_t hashed_to = LerRegistros(run, source);
   return Encerrar(run, file, sha, source, hashed_to, summary_name, outputs, summary);
 }

@@ -68,6 +68,7 @@ Result Validate(const std::string& path, const Options& options) {
   ro.stop_request = options.stop;
   ro.progress = options.progress;
   ro.report_stem = options.report_stem;
+  ro.threads = options.threads;
 
   RunSummary summary;
   Result r;

@@ -17,7 +17,7 @@ size_t PieceSize(size_t piece, size_t block) {
 }  // namespace
 
 LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks, size_t block,
-                       size_t piece, bool second_thread)
+                       size_t piece, bool second_thread, int split_workers)
     : file_(file),
       block_(block != 0 ? block : kBlock),
       piece_(PieceSize(piece != 0 ? piece : kPiece, block_)),
@@ -32,10 +32,29 @@ LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_t
   }
   if (!second_thread) return;
   try {
+    for (int i = 0; i < split_workers; ++i) workers_.emplace_back([this] { SplitWork(); });
+  } catch (...) {
+    // Fewer workers than asked: those there are share the blocks.
+  }
+  split_in_fill_ = workers_.empty();
+  try {
     thread_ = std::thread([this] { Work(); });
   } catch (...) {
-    // No second thread: blocks are read and hashed on this one.
+    // No second thread: blocks are read, hashed and split on this one.
+    StopWorkers();
+    split_in_fill_ = true;
   }
+}
+
+void LineSource::StopWorkers() {
+  if (workers_.empty()) return;
+  {
+    std::lock_guard<std::mutex> lock(mu_);
+    stopping_ = true;
+    cv_.notify_all();
+  }
+  for (std::thread& w : workers_) w.join();
+  workers_.clear();
 }
 
 LineSource::~LineSource() { FinishHash(0, false); }
@@ -123,7 +142,7 @@ void LineSource::Fill(int64_t block) {
         hashing = false;
       }
     }
-    PreSplitLines(s, fresh, got, got + n, &line_start, &hint);
+    if (split_in_fill_) PreSplitLines(s, fresh, got, got + n, &line_start, &hint);
     got += n;
     short_piece = n < want;  // the end of the file, or a read error
   }
@@ -131,6 +150,25 @@ void LineSource::Fill(int64_t block) {
   s.last = got < block_;
   next_offset_ += static_cast<int64_t>(got);
   if (failed) read_failed_ = true;
+}
+
+void LineSource::SplitWork() {
+  std::unique_lock<std::mutex> lock(mu_);
+  for (;;) {
+    if (stopping_) return;
+    if (next_split_ < filled_) {
+      Slot& s = slots_[next_split_++ % kSlots];
+      lock.unlock();
+      size_t line_start = SIZE_MAX;
+      int hint = -1;
+      PreSplitLines(s, s.buf.get() + kCarry, 0, s.fresh_len, &line_start, &hint);
+      lock.lock();
+      s.split_done = true;
+      cv_.notify_all();
+      continue;
+    }
+    cv_.wait(lock);
+  }
 }
 
 void LineSource::PreSplitLines(Slot& s, const char* fresh, size_t from, size_t to,
@@ -155,7 +193,9 @@ void LineSource::Refill() {
     Fill(next);
   } else {
     std::unique_lock<std::mutex> lock(mu_);
-    cv_.wait(lock, [&] { return filled_ > next; });
+    cv_.wait(lock, [&] {
+      return filled_ > next && (split_in_fill_ || slots_[next % kSlots].split_done);
+    });
   }
   Slot& s = slots_[next % kSlots];
   // Carry the start of a cut line over to the new block, then let the old
@@ -191,6 +231,7 @@ void LineSource::Work() {
     // (the one in hand is never released before the next one is taken).
     if (!reading_done_ && filled_ - released_ < kSlots) {
       const int64_t block = filled_;
+      slots_[block % kSlots].split_done = false;
       lock.unlock();
       Fill(block);
       lock.lock();
@@ -213,6 +254,7 @@ bool LineSource::FinishHash(int64_t upto, bool finish) {
     }
     thread_.join();
   }
+  StopWorkers();
   if (!finish || hash_ == nullptr) return true;
   // The usual end: the digest holds every byte read, and those are the bytes
   // the run took.

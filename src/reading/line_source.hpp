@@ -40,8 +40,13 @@ class LineSource {
   // down to a multiple of 64, at most the block); the lines and the digest
   // are the same whatever they are. With `second_thread` false (or no thread
   // to be had) the blocks are read on the caller's thread as it needs them.
+  //
+  // `split_workers` threads (besides the reading one) split the blocks' clean
+  // lines ahead of time, block by block, instead of the reading thread doing
+  // it piece by piece: worth it when the reading thread has a core of its own
+  // and the digest keeps it busy.
   LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks = nullptr,
-             size_t block = 0, size_t piece = 0, bool second_thread = true);
+             size_t block = 0, size_t piece = 0, bool second_thread = true, int split_workers = 0);
   ~LineSource();
   LineSource(const LineSource&) = delete;
   LineSource& operator=(const LineSource&) = delete;
@@ -86,6 +91,7 @@ class LineSource {
     // lists keep their room from block to block.
     std::vector<PreSplitLine> pre;
     std::vector<uint8_t> ends;
+    bool split_done = false;  // the lists are complete (with split workers; under mu_)
   };
 
   void Refill();
@@ -93,7 +99,9 @@ class LineSource {
   // Splits ahead of time the lines of `s` that end in fresh[from, to).
   static void PreSplitLines(Slot& s, const char* fresh, size_t from, size_t to, size_t* line_start,
                             int* hint);
-  void Work();  // the second thread: reads ahead
+  void Work();       // the second thread: reads ahead
+  void SplitWork();  // a split worker: splits read blocks in order of reading
+  void StopWorkers();
 
   platform::InputFile& file_;
   const size_t block_;
@@ -122,6 +130,9 @@ class LineSource {
 
   // Shared with the second thread, under mu_.
   std::thread thread_;
+  std::vector<std::thread> workers_;
+  bool split_in_fill_ = true;  // the reading splits each piece itself (no workers)
+  int64_t next_split_ = 0;     // the next block a worker takes (under mu_)
   std::mutex mu_;
   std::condition_variable cv_;
   int64_t filled_ = 0;       // blocks read
