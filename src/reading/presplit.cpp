@@ -5,6 +5,7 @@
 
 #include "core/record_types.hpp"
 #include "reading/line_bits.hpp"
+#include "reading/reader.hpp"
 
 namespace volp {
 
@@ -72,8 +73,7 @@ int TakePreSplit(const char* line, const PreSplitLine& pre, const uint8_t* ends,
     rec.span[i] = {begin, ends[i]};
     begin = static_cast<uint16_t>(ends[i] + 1);
   }
-  rec.pad_column = ends[pre.found - 1];  // the last pipe's position
-  for (int i = pre.found; i < rec.type->field_count; ++i) rec.span[i] = {0, 0};
+  PadFields(rec, begin);  // the final token starts after the last pipe
   return idx;
 }
 

@@ -149,13 +149,6 @@ void TooManyFields(Run& run, Record& rec, std::string_view line, size_t pos, int
   LineFinding(run, rec.type_index, rec.type->code, k, &ref, MsgId::kLinhaCamposDemais);
 }
 
-// Fields the line did not have become empty (length 1, at the column before
-// the final token); the field analysis reports the required ones.
-void PadFields(Record& rec, size_t final_pos) {
-  rec.pad_column = static_cast<int32_t>(final_pos - 1);
-  for (int i = rec.found; i < rec.type->field_count; ++i) rec.span[i] = {0, 0};
-}
-
 // The pipes of a line in order, from a LineScan that kept all of them.
 class ScanPipes {
  public:
@@ -213,6 +206,11 @@ int SplitShort(Run& run, Record& rec, std::string_view line, Pipes pipes, int pr
 }
 
 }  // namespace
+
+void PadFields(Record& rec, size_t final_pos) {
+  rec.pad_column = static_cast<int32_t>(final_pos - 1);
+  for (int i = rec.found; i < rec.type->field_count; ++i) rec.span[i] = {0, 0};
+}
 
 int CheckAndSplit(Run& run, std::string_view raw, Record& rec, const LineBits* bits) {
   std::string_view line;

@@ -21,4 +21,9 @@ inline constexpr int64_t kMaxLinePiece = 9999;
 // non-Latin-1 maps) the line's bytes need not be looked at one by one.
 int CheckAndSplit(Run& run, std::string_view raw_line, Record& rec, const LineBits* bits = nullptr);
 
+// Fields the line did not have become empty (length 1, at the column before
+// the final token, which starts at `final_pos`); the field analysis reports
+// the required ones.
+void PadFields(Record& rec, size_t final_pos);
+
 }  // namespace volp
