@@ -106,10 +106,28 @@ class JsonChecker {
         }
         continue;
       }
-      const size_t n = c < 0x80 ? 1 : (c & 0xE0) == 0xC0 ? 2 : (c & 0xF0) == 0xE0 ? 3 : 0;
-      if (n == 0 || (n == 2 && c < 0xC2) || i_ + n > s_.size()) return false;
-      for (size_t k = 1; k < n; ++k)
-        if ((static_cast<unsigned char>(s_[i_ + k]) & 0xC0) != 0x80) return false;
+      // UTF-8 as RFC 3629 has it: no overlong form, no surrogate, nothing
+      // past U+10FFFF; four-byte sequences (a path may hold them) included.
+      size_t n = 0;
+      unsigned lo = 0x80, hi = 0xBF;  // range of the second byte
+      if (c < 0x80) {
+        n = 1;
+      } else if (c >= 0xC2 && c <= 0xDF) {
+        n = 2;
+      } else if (c >= 0xE0 && c <= 0xEF) {
+        n = 3;
+        if (c == 0xE0) lo = 0xA0;
+        if (c == 0xED) hi = 0x9F;
+      } else if (c >= 0xF0 && c <= 0xF4) {
+        n = 4;
+        if (c == 0xF0) lo = 0x90;
+        if (c == 0xF4) hi = 0x8F;
+      }
+      if (n == 0 || i_ + n > s_.size()) return false;
+      for (size_t k = 1; k < n; ++k) {
+        const auto b = static_cast<unsigned char>(s_[i_ + k]);
+        if (k == 1 ? (b < lo || b > hi) : (b & 0xC0) != 0x80) return false;
+      }
       if (out) out->append(s_, i_, n);
       i_ += n;
     }
