@@ -90,7 +90,7 @@ class LineSource {
     // Lines split ahead of time, in file order, and their fields' ends. The
     // lists keep their room from block to block.
     std::vector<PreSplitLine> pre;
-    std::vector<uint8_t> ends;
+    FieldEnds ends;
     bool split_done = false;  // the lists are complete (with split workers; under mu_)
   };
 

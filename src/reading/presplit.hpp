@@ -13,7 +13,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <cstring>
+#include <memory>
 
 #include "core/record.hpp"
 
@@ -33,12 +34,40 @@ struct PreSplitLine {
 };
 static_assert(sizeof(PreSplitLine) == 16);
 
+// The field ends of a block's lines split ahead of time, one list a slot,
+// reused block after block. A line appends at most kMaxFields ends; they are
+// copied 16 bytes at a time, so there is always room for 16 more.
+class FieldEnds {
+ public:
+  static constexpr size_t kRoom = 16;
+  void clear() { size_ = 0; }
+  const uint8_t* data() const { return data_.get(); }
+  size_t size() const { return size_; }
+  // Where the next ends go: at least kRoom writable bytes.
+  uint8_t* Room() {
+    if (capacity_ - size_ < kRoom) Grow();
+    return data_.get() + size_;
+  }
+  void Added(size_t n) { size_ += n; }
+
+ private:
+  void Grow() {
+    const size_t capacity = capacity_ < 4096 ? 4096 : capacity_ * 2;
+    auto bigger = std::make_unique_for_overwrite<uint8_t[]>(capacity);
+    if (size_ > 0) std::memcpy(bigger.get(), data_.get(), size_);
+    data_ = std::move(bigger);
+    capacity_ = capacity;
+  }
+  std::unique_ptr<uint8_t[]> data_;
+  size_t size_ = 0, capacity_ = 0;
+};
+
 // Splits the line of `size` bytes (CR LF included) at `start` of the block's
 // fresh bytes, with the block's pipe and non-Latin-1 maps, appending its
 // fields' ends. False, with nothing appended, for a line that is not one the
 // split ahead of time takes. `hint` is the type row of the line before.
 bool PreSplit(const char* fresh, size_t start, size_t size, const uint64_t* bar,
-              const uint64_t* bad, int hint, PreSplitLine* out, std::vector<uint8_t>& ends);
+              const uint64_t* bad, int hint, PreSplitLine* out, FieldEnds& ends);
 
 // Fills `rec` from a line split ahead of time, exactly as CheckAndSplit
 // would (without a finding to report); returns the type row.
