@@ -78,7 +78,7 @@ std::string Name(const Config& c) {
 }
 
 const Config kConfigs[] = {
-    {0, 0, true},              // the defaults: 4 MiB blocks of 256 KiB pieces
+    {0, 0, true},              // the defaults: 2 MiB blocks of 256 KiB pieces
     {0, 0, false},             // the same on the caller's thread
     {4096, 64, true},          // a read per 64 bytes
     {4096, 1000, true},        // a piece that is no multiple of 64

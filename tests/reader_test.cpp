@@ -304,7 +304,7 @@ std::vector<std::string> ReadAll(const std::string& bytes, std::string* digest) 
 
 TEST(LineSource, PiecesOfLongLinesAndBlockBoundaries) {
   // A line of 50,000 bytes comes in pieces of 9,999 bytes; lines straddle the
-  // 4 MiB blocks; NUL bytes are data.
+  // default blocks; NUL bytes are data.
   std::string big(50000, 'a');
   std::string bytes = "|0000|\r\n" + big + "\r\n";
   std::string filler;

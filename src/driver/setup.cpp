@@ -10,6 +10,7 @@
 #include "core/latin1.hpp"
 #include "driver/phases.hpp"
 #include "platform/system.hpp"
+#include "reading/line_source.hpp"
 #include "structure/states.hpp"
 
 namespace volp {
@@ -170,11 +171,11 @@ bool PrepararLeitura(Run& run, platform::InputFile& file, Sha256& sha, std::stri
 }
 
 // A file smaller than a block is read in one block of its own size, so that
-// a run on a small file does not set aside the 24 MiB the read-ahead slots of
+// a run on a small file does not set aside the 12 MiB the read-ahead slots of
 // a large one take.
 size_t BlocoDeLeitura(const RunOptions& options, int64_t file_size) {
   size_t block = options.read_block;
-  if (block == 0 && file_size < (int64_t{4} << 20))
+  if (block == 0 && file_size < static_cast<int64_t>(LineSource::kDefaultBlock))
     block = static_cast<size_t>(std::max<int64_t>(file_size + 1, 4096));
   return block;
 }

@@ -19,7 +19,7 @@ size_t PieceSize(size_t piece, size_t block) {
 LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks, size_t block,
                        size_t piece, bool second_thread, int split_workers)
     : file_(file),
-      block_(block != 0 ? block : kBlock),
+      block_(block != 0 ? block : kDefaultBlock),
       piece_(PieceSize(piece != 0 ? piece : kPiece, block_)),
       hash_(hash),
       read_ticks_(read_ticks) {

@@ -33,9 +33,14 @@ using Sha256 = platform::Sha256;
 
 class LineSource {
  public:
+  // Bytes of a block unless told otherwise. Four slots of 2 MiB hold the
+  // read-ahead of two busy threads; larger blocks only cost memory, which the
+  // largest files need for their registries.
+  static constexpr size_t kDefaultBlock = 2 << 20;
+
   // `hash` may be null (no digest wanted). The clock ticks spent reading the
   // file (and waiting for a free block) are added to `*read_ticks` when given.
-  // `block` is the size of a block (0: the default of 4 MiB), `piece` the
+  // `block` is the size of a block (0: kDefaultBlock), `piece` the
   // bytes read, mapped and hashed at a time (0: the default of 256 KiB; taken
   // down to a multiple of 64, at most the block); the lines and the digest
   // are the same whatever they are. With `second_thread` false (or no thread
@@ -72,10 +77,9 @@ class LineSource {
 
  private:
   static constexpr size_t kCarry = 10000;      // room for the start of a cut line
-  static constexpr size_t kBlock = 4 << 20;    // bytes of a block, by default
   static constexpr size_t kPiece = 256 << 10;  // bytes read, mapped and hashed at a time
   // One block in hand and up to three read ahead: enough to ride out a slow
-  // read, while each slot holds 4 MiB of text and 1.5 MiB of maps.
+  // read, while each slot holds 2 MiB of text and 0.75 MiB of maps.
   static constexpr int kSlots = 4;
 
   // Blocks are numbered from 0 in file order; block b lives in slot b % kSlots.
