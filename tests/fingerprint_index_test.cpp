@@ -44,6 +44,7 @@ void MatchesExactKeys(uint32_t seed, uint64_t (*fingerprint)(std::string_view)) 
     if (rng() % 4000 == 0) {
       places.clear();
       exact.clear();
+      places.Reserve(rng() % 3000);  // sized up front or not, the same answers
     }
     std::string key;
     const int n = static_cast<int>(rng() % 4);
@@ -97,6 +98,18 @@ TEST(FingerprintIndex, FilesTheCallersIdsAndConfirmsEachCandidate) {
   index.clear();
   EXPECT_EQ(index.size(), 0u);
   EXPECT_EQ(index.TableBytes(), 0u);
+
+  // Sized for a million keys up front, it takes them without growing (and
+  // so without holding two tables at once), at the size growth would reach.
+  index.Reserve(1000000);
+  const size_t reserved = index.TableBytes();
+  for (FingerprintIndex::Id id = 0; id < 1000000; ++id)
+    index.FindOrAdd(KeyHash::Fold(id, 0x9E3779B97F4A7C15), id, never);
+  EXPECT_EQ(index.TableBytes(), reserved);
+  FingerprintIndex grown;
+  for (FingerprintIndex::Id id = 0; id < 1000000; ++id)
+    grown.FindOrAdd(KeyHash::Fold(id, 0x9E3779B97F4A7C15), id, never);
+  EXPECT_EQ(grown.TableBytes(), reserved);
 }
 
 // Positions and lines up to 48 bits come back whole, each half apart.

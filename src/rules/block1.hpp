@@ -20,6 +20,7 @@
 #include "absl/container/flat_hash_map.h"
 #include "absl/container/flat_hash_set.h"
 #include "core/record.hpp"
+#include "rules/chunks.hpp"
 #include "rules/fingerprint_index.hpp"
 #include "rules/intern.hpp"
 #include "rules/tag_set.hpp"
@@ -169,12 +170,13 @@ struct CpfTotals {
 // A 1100 that went into a CPF's totals. The length of its COD_CLIENTE is
 // the client's code's: the client was found by that very text.
 struct CpfContribution {
-  int64_t line = 0;
   int64_t offset = 0;
   const ClientEntry* client = nullptr;  // whose COD_CLIENTE the finding shows
-  int32_t column = -1;                  // of that 1100's COD_CLIENTE
+  uint64_t line : 48 = 0;
+  uint64_t column : 16 = 0;  // of that 1100's COD_CLIENTE (at most 9,999)
   int32_t next = -1;
 };
+static_assert(sizeof(CpfContribution) == 32);
 
 inline constexpr int64_t kCpfValorMinimo = 337500;  // R$ 3.375,00 in cents
 inline constexpr int64_t kCpfQtdMinima = 30;
@@ -217,6 +219,7 @@ struct Block1State {
   // record's place, and a matching fingerprint is confirmed by reading that
   // record's line again.
   FingerprintMap<PackedPlace> r1100;
+  bool r1100_reserved = false;  // sized for the registered clients once
   KeyMap<FirstSeen> r1110;
   TagSet<FirstTransaction> r1115;  // keys kept inside, emptied at every 1110
   FingerprintMap<PackedPlace> r1200;
@@ -231,7 +234,7 @@ struct Block1State {
   // CPF accumulator, by the CPF text (a view of the client's registry entry,
   // which lives as long as the run).
   FingerprintMap<CpfTotals> cpfs;
-  std::vector<CpfContribution> cpf_contributions;
+  Chunks<CpfContribution> cpf_contributions;
 
   // Finalidade 3: the months each client's 1100 covered, the missing ones
   // already reported, and per client that has a month the last month up to

@@ -118,23 +118,26 @@ void VerificacaoRegistro_1100_TransacoesComCPF(Run& run, int src_line) {
     // in the list).
     const bool valor = t->valor < kCpfValorMinimo;
     const bool qtd = t->qtd < kCpfQtdMinima;
-    for (int32_t i = t->first; i >= 0; i = b.cpf_contributions[i].next) {
+    for (int32_t i = t->first; i >= 0;) {
       if (run.TooManyErrors()) return;
-      const CpfContribution& c = b.cpf_contributions[i];
+      const CpfContribution& c = b.cpf_contributions.At(static_cast<uint32_t>(i));
+      i = c.next;
       const std::string_view code = c.client->code.view();
-      const FieldRef ref{campo.name, c.column, code, static_cast<int32_t>(code.size())};
+      const FieldRef ref{campo.name, static_cast<int32_t>(c.column), code,
+                         static_cast<int32_t>(code.size())};
+      const auto line = static_cast<int64_t>(c.line);
       // Negated: the finding names COD_CLIENTE but is about the whole 1100.
       const int field = -f1100::kCodCliente;
       if (valor && qtd) {
-        run.ReportAt(c.offset, c.line, kR1100, field, &ref, MsgId::kCpfAbaixoValorEQtd, cpf,
+        run.ReportAt(c.offset, line, kR1100, field, &ref, MsgId::kCpfAbaixoValorEQtd, cpf,
                      Moeda(t->valor), Moeda(kCpfValorMinimo), Milhar(t->qtd),
                      Milhar(kCpfQtdMinima));
       } else if (valor) {
-        run.ReportAt(c.offset, c.line, kR1100, field, &ref, MsgId::kCpfAbaixoValor, cpf,
+        run.ReportAt(c.offset, line, kR1100, field, &ref, MsgId::kCpfAbaixoValor, cpf,
                      Moeda(t->valor), Moeda(kCpfValorMinimo));
       } else {
-        run.ReportAt(c.offset, c.line, kR1100, field, &ref, MsgId::kCpfAbaixoQtd, cpf,
-                     Milhar(t->qtd), Milhar(kCpfQtdMinima));
+        run.ReportAt(c.offset, line, kR1100, field, &ref, MsgId::kCpfAbaixoQtd, cpf, Milhar(t->qtd),
+                     Milhar(kCpfQtdMinima));
       }
     }
   }
@@ -146,6 +149,14 @@ void ZerarDistintos(Run& run, Distintos which, int src_line) {
   switch (which) {
     case Distintos::kR1100:
       b.r1100.clear();
+      // A file usually has a 1100 for each client it registers (one a
+      // month, per trade indicator): the set starts that large the first
+      // time instead of growing to it. Only once, so a file that empties it
+      // at every 1100 after a 1200 does not pay for the size again each time.
+      if (!b.r1100_reserved) {
+        b.r1100.Reserve(run.block0.clients.size());
+        b.r1100_reserved = true;
+      }
       nome = "R1100";
       break;
     case Distintos::kR1110:

@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "rules/chunks.hpp"
 #include "rules/intern.hpp"
 
 namespace volp {
@@ -47,6 +48,19 @@ class FingerprintIndex {
     slots_[i] = tag << 32 | (static_cast<uint64_t>(id) + 1);
     ++count_;
     return kNone;
+  }
+
+  // Sizes an empty index for `n` keys at once, the size growth would reach:
+  // growing keeps the old table and the new one alive together, which for
+  // millions of keys is tens of megabytes at the peak of the run.
+  void Reserve(size_t n) {
+    if (count_ != 0) return;
+    size_t capacity = slots_.size();
+    while (SlotTable::Limit(capacity) < n && capacity < SlotTable::kMax)
+      capacity = SlotTable::Next(capacity);
+    if (capacity == slots_.size()) return;
+    std::vector<uint64_t>(capacity, 0).swap(slots_);
+    limit_ = SlotTable::Limit(capacity);
   }
 
   // Empties the index and gives its memory back.
@@ -91,14 +105,13 @@ class FingerprintMap {
   // or, when there is none, `value` filed as the key's, and true.
   template <class Same>
   std::pair<V*, bool> Insert(uint64_t hash, const V& value, Same&& same) {
-    const auto id = static_cast<FingerprintIndex::Id>(count_);
+    const auto id = static_cast<FingerprintIndex::Id>(values_.size());
     const FingerprintIndex::Id found = index_.FindOrAdd(
-        hash, id, [&](FingerprintIndex::Id candidate) { return same(At(candidate)); });
-    if (found != FingerprintIndex::kNone) return {&At(found), false};
-    if ((count_ & (kChunk - 1)) == 0) chunks_.emplace_back(new V[kChunk]);
-    At(id) = value;
-    ++count_;
-    return {&At(id), true};
+        hash, id, [&](FingerprintIndex::Id candidate) { return same(values_.At(candidate)); });
+    if (found != FingerprintIndex::kNone) return {&values_.At(found), false};
+    V* added = values_.Add().first;
+    *added = value;
+    return {added, true};
   }
 
   // The value of a key already there, or null after filing `value` as its.
@@ -111,26 +124,19 @@ class FingerprintMap {
   // Every value, in the order it was added.
   template <class F>
   void ForEach(F f) const {
-    for (size_t id = 0; id < count_; ++id) f(At(static_cast<FingerprintIndex::Id>(id)));
+    values_.ForEach(f);
   }
+
+  void Reserve(size_t n) { index_.Reserve(n); }
 
   void clear() {
     index_.clear();
-    chunks_.clear();
-    count_ = 0;
+    values_.clear();
   }
 
  private:
-  static constexpr int kChunkBits = 12;
-  static constexpr size_t kChunk = size_t{1} << kChunkBits;
-  V& At(FingerprintIndex::Id id) { return chunks_[id >> kChunkBits][id & (kChunk - 1)]; }
-  const V& At(FingerprintIndex::Id id) const {
-    return chunks_[id >> kChunkBits][id & (kChunk - 1)];
-  }
-
   FingerprintIndex index_;
-  std::vector<std::unique_ptr<V[]>> chunks_;
-  size_t count_ = 0;
+  Chunks<V> values_;
 };
 
 }  // namespace volp

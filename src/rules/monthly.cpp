@@ -122,15 +122,14 @@ void AcumularCpf(Run& run, const Record& rec, int64_t valor, int64_t qtd) {
                       .first;
   if (t.reached) return;
 
-  CpfContribution c;
-  c.line = run.ctx.line;
-  c.offset = run.ctx.offset;
-  c.client = client;
-  c.column = rec.column(F::kCodCliente);
-  const int32_t index = static_cast<int32_t>(b.cpf_contributions.size());
-  b.cpf_contributions.push_back(c);
+  const auto [c, id] = b.cpf_contributions.Add();
+  c->line = static_cast<uint64_t>(run.ctx.line);
+  c->offset = run.ctx.offset;
+  c->client = client;
+  c->column = static_cast<uint64_t>(rec.column(F::kCodCliente));
+  const auto index = static_cast<int32_t>(id);
   if (t.last >= 0) {
-    b.cpf_contributions[t.last].next = index;
+    b.cpf_contributions.At(static_cast<uint32_t>(t.last)).next = index;
   } else {
     t.first = index;
   }

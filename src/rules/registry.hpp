@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "rules/chunks.hpp"
 #include "rules/intern.hpp"
 
 namespace volp {
@@ -30,11 +31,11 @@ class Registry {
   explicit Registry(size_t arena_chunk = 1 << 20, Hash hash = Hash())
       : arena_(arena_chunk), hash_(hash) {}
 
-  size_t size() const { return count_; }
-  bool empty() const { return count_ == 0; }
+  size_t size() const { return entries_.size(); }
+  bool empty() const { return entries_.empty(); }
 
   Entry* Find(std::string_view key) {
-    if (count_ == 0) return nullptr;
+    if (entries_.empty()) return nullptr;
     const uint64_t h = HashOf(key);
     const uint64_t tag = h >> 32;
     const size_t n = slots_.size();
@@ -53,7 +54,7 @@ class Registry {
   // added.
   std::pair<Entry*, bool> Insert(std::string_view key,
                                  std::initializer_list<std::string_view> along = {}) {
-    if (count_ + 1 > limit_) Grow();
+    if (entries_.size() + 1 > limit_) Grow();
     const uint64_t h = HashOf(key);
     const uint64_t tag = h >> 32;
     const size_t n = slots_.size();
@@ -66,21 +67,18 @@ class Registry {
         if (e.code.view() == key) return {&e, false};
       }
     }
-    const Id id = static_cast<Id>(count_);
-    if ((id & (kChunk - 1)) == 0) chunks_.emplace_back(new Entry[kChunk]);
-    Entry& e = At(id);
-    e.code = arena_.Intern(key, along);
+    const auto [e, id] = entries_.Add();
+    e->code = arena_.Intern(key, along);
     slots_[i] = tag << 32 | (static_cast<uint64_t>(id) + 1);
-    ++count_;
-    return {&e, true};
+    return {e, true};
   }
-  Entry& At(Id id) { return chunks_[id >> kChunkBits][id & (kChunk - 1)]; }
-  const Entry& At(Id id) const { return chunks_[id >> kChunkBits][id & (kChunk - 1)]; }
+  Entry& At(Id id) { return entries_.At(id); }
+  const Entry& At(Id id) const { return entries_.At(id); }
 
   // Every entry, in the order it was added.
   template <class F>
   void ForEach(F f) {
-    for (size_t id = 0; id < count_; ++id) f(At(static_cast<Id>(id)));
+    entries_.ForEach(f);
   }
 
   // The entries that `wanted` picks, in byte-wise key order. The end of the
@@ -96,7 +94,7 @@ class Registry {
       Entry* entry;
     };
     std::vector<Item> items;
-    for (size_t id = 0; id < count_; ++id) {
+    for (size_t id = 0; id < entries_.size(); ++id) {
       Entry& e = At(static_cast<Id>(id));
       if (!wanted(e)) continue;
       const std::string_view key = e.code.view();
@@ -115,19 +113,16 @@ class Registry {
   }
 
   void clear() {
-    chunks_.clear();
+    entries_.clear();
     slots_.clear();
     arena_.Clear();
-    count_ = limit_ = 0;
+    limit_ = 0;
   }
 
   // Bytes held, for the memory figures of tests and benchmarks.
   size_t TableBytes() const { return slots_.capacity() * sizeof(uint64_t); }
 
  private:
-  static constexpr int kChunkBits = 12;
-  static constexpr size_t kChunk = size_t{1} << kChunkBits;
-
   uint64_t HashOf(std::string_view key) const { return static_cast<uint64_t>(hash_(key)); }
 
   // Grows the table by half (16 slots at first) and puts every id back. Ids
@@ -137,7 +132,7 @@ class Registry {
     std::vector<uint64_t>().swap(slots_);
     slots_.assign(capacity, 0);
     limit_ = SlotTable::Limit(capacity);
-    for (size_t id = 0; id < count_; ++id) {
+    for (size_t id = 0; id < entries_.size(); ++id) {
       const uint64_t h = HashOf(At(static_cast<Id>(id)).code.view());
       size_t i = SlotTable::Home(static_cast<uint32_t>(h), capacity);
       while (slots_[i] != 0) i = SlotTable::Step(i, capacity);
@@ -147,9 +142,8 @@ class Registry {
 
   Arena arena_;
   Hash hash_;
-  std::vector<std::unique_ptr<Entry[]>> chunks_;
+  Chunks<Entry> entries_;
   std::vector<uint64_t> slots_;  // (hash >> 32) << 32 | (id + 1); 0 = empty
-  size_t count_ = 0;
   size_t limit_ = 0;
 };
 
