@@ -68,6 +68,14 @@ bool LineSource::Next(std::string_view* line) {
     const ptrdiff_t at = pos_ - fresh_;
     has_bits_ = lf_bits_ != nullptr && at >= 0;
     bits_.first = static_cast<size_t>(at);
+    // The next line split ahead of time starts here: its end is known.
+    if (at >= 0 && pre_next_ != pre_end_ && pre_next_->start == static_cast<size_t>(at)) {
+      const size_t size = pre_next_->length + size_t{2};
+      *line = std::string_view(pos_, size);
+      pos_ += size;
+      pre_line_ = pre_next_++;
+      return true;
+    }
     if (limit > 0) {
       const ptrdiff_t to = at + static_cast<ptrdiff_t>(limit);
       if (to > 0) {
