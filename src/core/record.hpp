@@ -45,6 +45,10 @@ struct Record {
   // Bit i: field i is filled / valid.
   uint32_t filled_bits = 0;
   uint32_t valid_bits = 0;
+  // Bit i: field i was already found plainly good (the field analysis's
+  // shortcut, run by a split worker on the line split ahead of time). When
+  // every field of the layout is, the analysis has nothing left to do.
+  uint32_t known_valid = 0;
 
   const FieldDef& def(int i) const { return type->fields[i]; }
   int field_count() const { return type->field_count; }

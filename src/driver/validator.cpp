@@ -6,6 +6,8 @@
 #include <ctime>
 
 #include "driver/phases.hpp"
+#include "fields/field_analysis.hpp"
+#include "fields/field_analysis.hpp"
 #include "fields/municipios.hpp"
 #include "platform/platform.hpp"
 #include "reading/file_lines.hpp"
@@ -53,8 +55,9 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
   // The reading keeps at most three blocks ahead of the one in hand: a
   // fourth split worker would only wait.
   const int threads = options.threads <= 0 ? 2 : std::min(options.threads, 5);
+  // Split workers also run the fields' shortcut on the lines they split.
   LineSource source(file, &sha, &ps.read_ticks, BlocoDeLeitura(options, run.ctx.file_size), 0,
-                    threads >= 2, threads > 2 ? threads - 2 : 0);
+                    threads >= 2, threads > 2 ? threads - 2 : 0, &CamposSemAchado);
   const int64_t hashed_to = LerRegistros(run, source);
   return Encerrar(run, file, sha, source, hashed_to, summary_name, outputs, summary);
 }

@@ -138,6 +138,20 @@ void CamposDe(Run& run, Record& rec, bool control) {
   CamposRapidos<Defs>(run, rec, control, std::make_index_sequence<std::size(Defs)>{});
 }
 
+// The fields of one layout that pass their shortcut, as a bit mask.
+template <const auto& Defs, size_t... I>
+uint32_t SemAchadoDe(const Record& rec, bool control, std::index_sequence<I...>) {
+  return ((static_cast<uint32_t>(
+               SemAchado(AtalhoFixo<AtalhoDe(Defs[I])>, rec.text(static_cast<int>(I)), control))
+           << I) |
+          ...);
+}
+
+template <const auto& Defs>
+uint32_t SemAchadoDe(const Record& rec, bool control) {
+  return SemAchadoDe<Defs>(rec, control, std::make_index_sequence<std::size(Defs)>{});
+}
+
 void Analisar(Run& run, Record& rec, bool atalhos) {
   if (run.log.On(5)) {
     run.log.Write(5, "    AnalisarRegistro(%lld, %lld, 0x%08x, 0x%08x)\n",
@@ -150,8 +164,11 @@ void Analisar(Run& run, Record& rec, bool atalhos) {
     run.Report(rec, 0, MsgId::kCamposQuantidade, rec.type->code, rec.found, expected);
   }
   const bool control = rec.has_control;
+  const uint32_t all = (uint32_t{1} << expected) - 1;
   if (!atalhos) {
     for (int i = 0; i < expected; ++i) AnalisarCampo(run, rec, i);
+  } else if ((rec.known_valid & all) == all) {
+    rec.valid_bits |= all;  // a split worker found every field plainly good
   } else {
     switch (rec.type_index) {
       // The records that make up the bulk of a file.
@@ -181,5 +198,26 @@ void Analisar(Run& run, Record& rec, bool atalhos) {
 void AnalisarRegistro(Run& run, Record& rec) { Analisar(run, rec, true); }
 
 void AnalisarRegistroCompleto(Run& run, Record& rec) { Analisar(run, rec, false); }
+
+uint32_t CamposSemAchado(const Record& rec) {
+  const bool control = rec.has_control;
+  switch (rec.type_index) {
+    case kR1100:
+      return SemAchadoDe<layout::k1100>(rec, control);
+    case kR1110:
+      return SemAchadoDe<layout::k1110>(rec, control);
+    case kR1115:
+      return SemAchadoDe<layout::k1115>(rec, control);
+    case kR1120:
+      return SemAchadoDe<layout::k1120>(rec, control);
+    default: {
+      const Atalho* atalho = AtalhosDe(rec.type_index);
+      uint32_t bits = 0;
+      for (int i = 0; i < rec.field_count(); ++i)
+        bits |= static_cast<uint32_t>(SemAchado(atalho[i], rec.text(i), control)) << i;
+      return bits;
+    }
+  }
+}
 
 }  // namespace volp

@@ -17,12 +17,13 @@ size_t PieceSize(size_t piece, size_t block) {
 }  // namespace
 
 LineSource::LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks, size_t block,
-                       size_t piece, bool second_thread, int split_workers)
+                       size_t piece, bool second_thread, int split_workers, PreCheck precheck)
     : file_(file),
       block_(block != 0 ? block : kDefaultBlock),
       piece_(PieceSize(piece != 0 ? piece : kPiece, block_)),
       hash_(hash),
-      read_ticks_(read_ticks) {
+      read_ticks_(read_ticks),
+      precheck_(precheck) {
   for (Slot& s : slots_) {
     s.buf.reset(new char[kCarry + block_]);
     s.lf.reset(new uint64_t[BitWords(block_)]);
@@ -150,7 +151,7 @@ void LineSource::Fill(int64_t block) {
         hashing = false;
       }
     }
-    if (split_in_fill_) PreSplitLines(s, fresh, got, got + n, &line_start, &hint);
+    if (split_in_fill_) PreSplitLines(s, fresh, got, got + n, &line_start, &hint, nullptr);
     got += n;
     short_piece = n < want;  // the end of the file, or a read error
   }
@@ -169,7 +170,7 @@ void LineSource::SplitWork() {
       lock.unlock();
       size_t line_start = SIZE_MAX;
       int hint = -1;
-      PreSplitLines(s, s.buf.get() + kCarry, 0, s.fresh_len, &line_start, &hint);
+      PreSplitLines(s, s.buf.get() + kCarry, 0, s.fresh_len, &line_start, &hint, precheck_);
       lock.lock();
       s.split_done = true;
       cv_.notify_all();
@@ -180,12 +181,17 @@ void LineSource::SplitWork() {
 }
 
 void LineSource::PreSplitLines(Slot& s, const char* fresh, size_t from, size_t to,
-                               size_t* line_start, int* hint) {
+                               size_t* line_start, int* hint, PreCheck precheck) {
+  Record rec;
   for (size_t lf = NextBit(s.lf.get(), from, to); lf < to; lf = NextBit(s.lf.get(), lf + 1, to)) {
     if (*line_start != SIZE_MAX) {
       PreSplitLine pre;
       if (PreSplit(fresh, *line_start, lf + 1 - *line_start, s.bar.get(), s.bad.get(), *hint, &pre,
                    s.ends)) {
+        if (precheck != nullptr) {
+          TakePreSplit(fresh + pre.start, pre, s.ends.data() + pre.ends_at, rec);
+          pre.known_valid = static_cast<uint16_t>(precheck(rec));
+        }
         s.pre.push_back(pre);
         *hint = pre.type_index;
       }

@@ -49,9 +49,11 @@ class LineSource {
   // `split_workers` threads (besides the reading one) split the blocks' clean
   // lines ahead of time, block by block, instead of the reading thread doing
   // it piece by piece: worth it when the reading thread has a core of its own
-  // and the digest keeps it busy.
+  // and the digest keeps it busy. Workers also run `precheck` (when given) on
+  // each line they split, and leave its answer in the line's known_valid.
   LineSource(platform::InputFile& file, Sha256* hash, uint64_t* read_ticks = nullptr,
-             size_t block = 0, size_t piece = 0, bool second_thread = true, int split_workers = 0);
+             size_t block = 0, size_t piece = 0, bool second_thread = true, int split_workers = 0,
+             PreCheck precheck = nullptr);
   ~LineSource();
   LineSource(const LineSource&) = delete;
   LineSource& operator=(const LineSource&) = delete;
@@ -102,7 +104,7 @@ class LineSource {
   void Fill(int64_t block);  // reads, maps, hashes and splits the block's fresh bytes
   // Splits ahead of time the lines of `s` that end in fresh[from, to).
   static void PreSplitLines(Slot& s, const char* fresh, size_t from, size_t to, size_t* line_start,
-                            int* hint);
+                            int* hint, PreCheck precheck);
   void Work();       // the second thread: reads ahead
   void SplitWork();  // a split worker: splits read blocks in order of reading
   void StopWorkers();
@@ -112,6 +114,7 @@ class LineSource {
   const size_t piece_;
   Sha256* hash_;
   uint64_t* read_ticks_;
+  const PreCheck precheck_;
   Slot slots_[kSlots];
   int64_t current_ = -1;  // block in hand
   const char* pos_ = nullptr;

@@ -80,7 +80,8 @@ bool PreSplit(const char* fresh, size_t start, size_t size, const uint64_t* bar,
   for (size_t i = 0; i < found; ++i) filled |= static_cast<uint32_t>(at[i + 1] - at[i] > 1) << i;
   out->start = static_cast<uint32_t>(start);
   out->ends_at = static_cast<uint32_t>(first_end);
-  out->filled_bits = filled;
+  out->filled_bits = static_cast<uint16_t>(filled);
+  out->known_valid = 0;
   out->type_index = static_cast<int8_t>(idx);
   out->length = static_cast<uint8_t>(n);
   out->found = static_cast<uint8_t>(found);
@@ -97,6 +98,7 @@ int TakePreSplit(const char* line, const PreSplitLine& pre, const uint8_t* ends,
   rec.has_control = pre.control;
   rec.filled_bits = pre.filled_bits;
   rec.valid_bits = 1;
+  rec.known_valid = pre.known_valid;
   // Field i runs from the byte after the pipe that ends field i - 1 (the
   // type starts after the line's first pipe) to the pipe that ends it.
   uint16_t begin = 1;

@@ -26,7 +26,8 @@ namespace volp {
 struct PreSplitLine {
   uint32_t start = 0;    // the line's first byte, counted from the block's fresh bytes
   uint32_t ends_at = 0;  // its first field end in the block's list of ends
-  uint32_t filled_bits = 0;
+  uint16_t filled_bits = 0;
+  uint16_t known_valid = 0;  // see Record::known_valid; 0 unless a split worker checked
   int8_t type_index = -1;
   uint8_t length = 0;  // bytes of the line before its CR LF
   uint8_t found = 0;
@@ -68,6 +69,11 @@ class FieldEnds {
 // split ahead of time takes. `hint` is the type row of the line before.
 bool PreSplit(const char* fresh, size_t start, size_t size, const uint64_t* bar,
               const uint64_t* bad, int hint, PreSplitLine* out, FieldEnds& ends);
+
+// The fields of a record split ahead of time that need no further look
+// (one bit per field): what a split worker works out for the field analysis.
+// Given by the layer that owns the field checks.
+using PreCheck = uint32_t (*)(const Record& rec);
 
 // Fills `rec` from a line split ahead of time, exactly as CheckAndSplit
 // would (without a finding to report); returns the type row.

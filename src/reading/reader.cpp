@@ -227,6 +227,7 @@ int CheckAndSplit(Run& run, std::string_view raw, Record& rec, const LineBits* b
   rec.line = line.data();
   rec.filled_bits = 0;
   rec.valid_bits = 0;
+  rec.known_valid = 0;
 
   // Tokens are the texts between the pipes: the text before the first pipe is
   // token 0 (skipped), token 1 is the record type, and the text after the last
