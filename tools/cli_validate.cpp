@@ -589,9 +589,9 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
           },
           "AAAAMMDD"));
   cmd->add_option("--threads", settings->threads,
-                  "Threads: 1 does everything on one; 2 (default) reads, hashes and splits lines "
-                  "ahead on a second; 3 to 5 add threads that split ahead, leaving the second "
-                  "to read and hash")
+                  "Threads: 1 does everything on one; 2 reads, hashes and splits lines ahead on "
+                  "a second; 3 to 5 add threads that split and check lines ahead, leaving the "
+                  "second to read and hash (default: 3 with at least 4 cores, else 2)")
       ->check(CLI::Range(1, 5));
   cmd->add_option("--tables", settings->tables,
                   "Directory of RELATORIO_DTB_BRASIL_MUNICIPIO.csv (default: searched, see below)")

@@ -43,12 +43,14 @@ struct Options {
   // "<report_stem>.validacao.xml" (and a valid file's summary
   // "<report_stem>.rcad.txt"). Empty = beside the input (ReportPath).
   std::string report_stem;
-  // Threads for the run. 1: everything on the caller's thread. 2 (the
-  // default, also for 0): a second thread reads the file, hashes it and
-  // splits its clean lines ahead of the validation. N > 2: that thread only
-  // reads and hashes, and N - 2 more split the lines ahead, block by block
-  // (up to 5 in all: the reading keeps three blocks ahead of the one in
-  // hand). The findings and the report are the same whatever the number.
+  // Threads for the run. 1: everything on the caller's thread. 2: a second
+  // thread reads the file, hashes it and splits its clean lines ahead of the
+  // validation. N > 2: that thread only reads and hashes, and N - 2 more
+  // split the lines ahead, block by block, and check their plainly good
+  // fields (up to 5 in all: the reading keeps three blocks ahead of the one
+  // in hand). 0, the default: 3 on a machine with at least 4 hardware
+  // threads, else 2. The findings and the report are the same whatever the
+  // number.
   int threads = 0;
 };
 

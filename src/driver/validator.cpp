@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <ctime>
+#include <thread>
 
 #include "driver/phases.hpp"
-#include "fields/field_analysis.hpp"
 #include "fields/field_analysis.hpp"
 #include "fields/municipios.hpp"
 #include "platform/platform.hpp"
@@ -53,8 +53,12 @@ int ExecutarValidacao(ProcessState& ps, Log& log, const std::string& path,
   FileLines earlier(path);
   run.earlier = &earlier;
   // The reading keeps at most three blocks ahead of the one in hand: a
-  // fourth split worker would only wait.
-  const int threads = options.threads <= 0 ? 2 : std::min(options.threads, 5);
+  // fourth split worker would only wait. Unless told, a split worker is
+  // added where there are cores enough for the three threads to run at once;
+  // on two cores it would only take time from the other two.
+  const int threads = options.threads > 0                        ? std::min(options.threads, 5)
+                      : std::thread::hardware_concurrency() >= 4 ? 3
+                                                                 : 2;
   // Split workers also run the fields' shortcut on the lines they split.
   LineSource source(file, &sha, &ps.read_ticks, BlocoDeLeitura(options, run.ctx.file_size), 0,
                     threads >= 2, threads > 2 ? threads - 2 : 0, &CamposSemAchado);
