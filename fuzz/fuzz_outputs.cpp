@@ -108,6 +108,8 @@ class JsonChecker {
       }
       // UTF-8 as RFC 3629 has it: no overlong form, no surrogate, nothing
       // past U+10FFFF; four-byte sequences (a path may hold them) included.
+      // Written here again on purpose, not taken from the report writer's
+      // own check: an oracle that shares the code it judges shares its bugs.
       size_t n = 0;
       unsigned lo = 0x80, hi = 0xBF;  // range of the second byte
       if (c < 0x80) {
