@@ -6,8 +6,8 @@
 #   bash bench/run.sh             the ~1 GiB file (about 13 million lines, mostly 1115)
 #   bash bench/run.sh --big       the ~10 GiB file
 #   bash bench/run.sh --scaling   1, 4, 16 and 64 million lines: time and peak memory per line;
-#                                 then registries of 2 and 5 million clients against a file
-#                                 of as many lines with the default few thousand
+#                                 then registries of 2 and 5 million clients against the
+#                                 same mix of records at a hundredth of the size
 #   options: --reps N (default 5), --volp PATH (default build/release/volp)
 #
 # Files are generated once and kept in bench/cache/ (ignored by git). The runs
@@ -119,37 +119,44 @@ case "$mode" in
 
     # Registries: millions of clients (one in five identified by CPF) and
     # 1.5 devices each, at the fewest transactions the generator accepts for
-    # them, against the default registry (a client per 600 transactions) at
-    # the same number of lines. Time per line should stay close to the small
-    # registry's; peak memory is mostly the registries.
-    echo "== registries: millions of clients and devices against a small registry (one run each)"
+    # them. The reference is the same shape at a hundredth of the size: the
+    # same mix of records (a 0100, a 1100 and about six 1110 per client) with
+    # registries that fit in cache. The mix sets most of the cost of a line (a
+    # 1100 or a 1110 is several times the work of a 1115), so only that
+    # comparison shows what the size of the registries costs. Time per line
+    # should stay close to the reference's; peak memory is mostly the
+    # registries. Medians of three alternating runs.
+    echo "== registries: millions of clients and devices against the same mix at 1/100 (median of 3)"
     printf '%-8s %10s %10s %12s %10s %10s %12s %14s\n' shape clients devices lines seconds \
-      "ns/line" "x small" "peak RSS MiB"
-    small_ns=""
+      "ns/line" "x 1/100" "peak RSS MiB"
     for shape in 2m 5m; do
       case $shape in
-        2m) big=(--clients 2000000 --devices 3000000 --transactions 14400000) ;;
-        5m) big=(--clients 5000000 --devices 7500000 --transactions 36000000) ;;
+        2m) c=2000000 d=3000000 x=14400000 ;;
+        5m) c=5000000 d=7500000 x=36000000 ;;
       esac
       file="$cache/volp_clients_${shape}.txt"
-      generate "$file" "${big[@]}"
-      lines=$(lines_of "$file")
-      small="$cache/volp_clients_${shape}_small.txt"
-      generate "$small" --lines "$lines"
-      for f in "$small" "$file"; do
-        read -r t kib < <(validate "$f")
-        if [ "$f" = "$small" ]; then
-          name="small"; clients="-"; devices="-"
-          small_ns=$(awk -v n="$lines" -v t="$t" 'BEGIN { print t * 1e9 / n }')
-        else
-          name=$shape; clients=${big[1]}; devices=${big[3]}
-        fi
-        awk -v s="$name" -v c="$clients" -v d="$devices" -v n="$lines" -v t="$t" -v k="$kib" \
-          -v base="$small_ns" 'BEGIN {
-          ns = t * 1e9 / n
-          printf "%-8s %10s %10s %12.0f %10.2f %10.1f %12.2f %14.0f\n", s, c, d, n, t, ns, ns / base, k / 1024
-        }'
+      generate "$file" --clients $c --devices $d --transactions $x
+      small="$cache/volp_clients_${shape}_100th.txt"
+      generate "$small" --clients $((c / 100)) --devices $((d / 100)) --transactions $((x / 100))
+      ts=() tb=() kb=()
+      for ((i = 1; i <= 3; i++)); do
+        read -r t k < <(validate "$small")
+        ts+=("$t"); ks=$k
+        read -r t k < <(validate "$file")
+        tb+=("$t"); kb+=("$k")
       done
+      ns_small=$(awk -v n="$(lines_of "$small")" -v t="$(printf '%s\n' "${ts[@]}" | median)" \
+        'BEGIN { print t * 1e9 / n }')
+      awk -v s="$shape" -v c="$((c / 100))" -v d="$((d / 100))" -v n="$(lines_of "$small")" \
+        -v t="$(printf '%s\n' "${ts[@]}" | median)" -v k="$ks" 'BEGIN {
+        printf "%-8s %10s %10s %12.0f %10.2f %10.1f %12.2f %14.0f\n", s "/100", c, d, n, t, t * 1e9 / n, 1, k / 1024
+      }'
+      awk -v s="$shape" -v c="$c" -v d="$d" -v n="$(lines_of "$file")" \
+        -v t="$(printf '%s\n' "${tb[@]}" | median)" -v k="$(printf '%s\n' "${kb[@]}" | median)" \
+        -v base="$ns_small" 'BEGIN {
+        ns = t * 1e9 / n
+        printf "%-8s %10s %10s %12.0f %10.2f %10.1f %12.2f %14.0f\n", s, c, d, n, t, ns, ns / base, k / 1024
+      }'
     done
     ;;
 esac
