@@ -31,23 +31,26 @@ bool PreSplit(const char* fresh, size_t start, size_t size, const uint64_t* bar,
   const size_t n = size - 2;
   if (p[n] != '\r' || p[n + 1] != '\n' || p[0] != '|' || p[n - 1] != '|') return false;
 
-  // The line's pipes, as positions in the line: each word of the pipe map
-  // is flattened eight positions at a time, without a branch per pipe (the
-  // positions past the word's count are scratch). A line with more pipes
-  // than the widest layout has fields is left to the reader, which reports it.
-  constexpr size_t kMaxPipes = kMaxFields + 1;
-  uint8_t at[kMaxPipes + 17] = {};
+  // The line's field ends (every pipe but the first, which is its first
+  // byte), as positions in the line, written straight into the list of
+  // ends: each word of the pipe map is flattened eight positions at a time,
+  // without a branch per pipe (the positions past the word's count are
+  // scratch, overwritten by the next word or the next line). A line with more
+  // fields than the widest layout is left to the reader, which reports it.
+  static_assert(kMaxFields + 16 <= FieldEnds::kRoom);
+  uint8_t* const at = ends.Room();
   size_t count = 0;
   const size_t last = start + n - 1;
   size_t w = start >> 6;
   const size_t w_last = last >> 6;
   uint64_t m = bar[w] & (~uint64_t{0} << (start & 63));
+  m &= m - 1;  // the pipe the line begins with
   for (;;) {
     if (w == w_last) m &= ~uint64_t{0} >> (63 - (last & 63));
     const size_t c = PopCount(m);
-    if (count + c > kMaxPipes) return false;
+    if (count + c > static_cast<size_t>(kMaxFields)) return false;
     // Wraps below zero for the line's first word; every position written is
-    // a set bit's, at or after the line's start, so it comes out right.
+    // a set bit's, after the line's start, so it comes out right.
     const size_t base = (w << 6) - start;
     uint8_t* o = at + count;
     for (int j = 0; j < 8; ++j) {
@@ -64,20 +67,22 @@ bool PreSplit(const char* fresh, size_t start, size_t size, const uint64_t* bar,
     if (w == w_last) break;
     m = bar[++w];
   }
-  if (count < 2) return false;  // "|" alone: the type is not closed
-  const int idx = FindRecordType(std::string_view(p + 1, at[1] - 1u), hint);
+  if (count < 1) return false;  // "|" alone: the type is not closed
+  const int idx = FindRecordType(std::string_view(p + 1, at[0] - 1u), hint);
   if (idx < 0) return false;
-  const size_t found = count - 1;
+  const size_t found = count;
   if (found > static_cast<size_t>(kRecordTypes[idx].field_count)) return false;
 
-  // Field i ends at the pipe i + 1; it is filled when that pipe is not the
-  // byte right after the one before.
+  // Field i ends at its pipe; it is filled when that pipe is not the byte
+  // right after the one before (the line's first pipe is at 0).
   const size_t first_end = ends.size();
-  static_assert(kMaxPipes + 17 >= 1 + FieldEnds::kRoom && kMaxFields <= FieldEnds::kRoom);
-  std::memcpy(ends.Room(), at + 1, FieldEnds::kRoom);
   ends.Added(found);
   uint32_t filled = 0;
-  for (size_t i = 0; i < found; ++i) filled |= static_cast<uint32_t>(at[i + 1] - at[i] > 1) << i;
+  unsigned before = 0;
+  for (size_t i = 0; i < found; ++i) {
+    filled |= static_cast<uint32_t>(at[i] - before > 1) << i;
+    before = at[i];
+  }
   out->start = static_cast<uint32_t>(start);
   out->ends_at = static_cast<uint32_t>(first_end);
   out->filled_bits = static_cast<uint16_t>(filled);

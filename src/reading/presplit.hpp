@@ -36,11 +36,11 @@ struct PreSplitLine {
 static_assert(sizeof(PreSplitLine) == 16);
 
 // The field ends of a block's lines split ahead of time, one list a slot,
-// reused block after block. A line appends at most kMaxFields ends; they are
-// copied 16 bytes at a time, so there is always room for 16 more.
+// reused block after block. A line appends at most kMaxFields ends, written
+// eight at a time with scratch past them, so there is always room for 32.
 class FieldEnds {
  public:
-  static constexpr size_t kRoom = 16;
+  static constexpr size_t kRoom = 32;
   void clear() { size_ = 0; }
   const uint8_t* data() const { return data_.get(); }
   size_t size() const { return size_; }
