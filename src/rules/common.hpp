@@ -21,10 +21,21 @@ int64_t LerInteiro(std::string_view text);
 // ("12a" is 12, a text of letters 0). Codes and quantities of the records are
 // read this way. 64-bit, wrapping rather than overflowing on absurd lengths.
 inline int64_t LerDigitos(std::string_view s) {
+  const auto* p = reinterpret_cast<const unsigned char*>(s.data());
+  const size_t n = s.size();
+  // Most texts read this way are codes of one or two digits (IND_SPLIT,
+  // BANDEIRA, NAT_OPER of every transaction): no loop for them.
+  if (n == 1 || n == 2) {
+    const unsigned d0 = p[0] - unsigned{'0'};
+    if (d0 > 9) return 0;
+    const unsigned d1 = n == 2 ? p[1] - unsigned{'0'} : 10;
+    return d1 > 9 ? d0 : d0 * 10 + d1;
+  }
   uint64_t v = 0;
-  for (char c : s) {
-    if (c < '0' || c > '9') break;
-    v = v * 10 + static_cast<uint64_t>(c - '0');
+  for (size_t i = 0; i < n; ++i) {
+    const unsigned d = p[i] - unsigned{'0'};
+    if (d > 9) break;
+    v = v * 10 + d;
   }
   return static_cast<int64_t>(v);
 }
