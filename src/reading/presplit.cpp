@@ -5,7 +5,6 @@
 #endif
 
 #include <bit>
-#include <cstring>
 #include <string_view>
 
 #include "core/record_types.hpp"
@@ -116,7 +115,7 @@ int TakePreSplit(const char* line, const PreSplitLine& pre, const uint8_t* ends,
   // so the sum fits a byte), each widened to 16 bits and interleaved. The
   // list keeps room past a line's ends, so the 16 bytes can be read; spans
   // past the line's fields are scratch that PadFields or nothing reads.
-  static_assert(kMaxFields == 14 && sizeof(Record::Span) == 4);
+  static_assert(kMaxFields == 14 && sizeof(Record::Span) == 4 && FieldEnds::kRoom >= 16);
   const __m128i zero = _mm_setzero_si128();
   const __m128i e = _mm_loadu_si128(reinterpret_cast<const __m128i*>(ends));
   const __m128i b = _mm_add_epi8(_mm_slli_si128(e, 1), _mm_set1_epi8(1));
