@@ -48,25 +48,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   c.report_name = ScratchDir() + "/decl.validacao.xml";
   c.start_ns = volp::platform::NowNs();
   c.start_time = std::time(nullptr);
-  c.file_size = in.ConsumeIntegral<int64_t>();
-  c.end_offset = in.ConsumeIntegral<int64_t>();
-  c.finalidade = in.ConsumeIntegralInRange(-1, 8);
-  c.tp_amb = in.ConsumeIntegralInRange(-1, 3);
-  c.nome = in.ConsumeRandomLengthString(200);
-  c.endereco = in.ConsumeRandomLengthString(200);
-  c.contato = in.ConsumeRandomLengthString(200);
-  c.email = in.ConsumeRandomLengthString(200);
-  c.cod_ver = in.ConsumeRandomLengthString(10);
-  ps.stop = in.ConsumeBool();
-
-  // Texts as the reader hands them over: a line ends at its LF, so no
-  // message or field content holds one.
+  // Texts as the reader hands them over: a line ends at its LF, so no field
+  // (the header's values, a message, a field's content) holds one.
   auto text = [&](size_t max) {
     std::string t = in.ConsumeRandomLengthString(max);
     for (char& ch : t)
       if (ch == '\n') ch = ' ';
     return t;
   };
+  c.file_size = in.ConsumeIntegral<int64_t>();
+  c.end_offset = in.ConsumeIntegral<int64_t>();
+  c.finalidade = in.ConsumeIntegralInRange(-1, 8);
+  c.tp_amb = in.ConsumeIntegralInRange(-1, 3);
+  c.nome = text(200);
+  c.endereco = text(200);
+  c.contato = text(200);
+  c.email = text(200);
+  c.cod_ver = text(10);
+  ps.stop = in.ConsumeBool();
   size_t findings = 0;
   std::string contents[64];
   while (in.remaining_bytes() > 0 && findings < 64) {
