@@ -286,6 +286,19 @@ TEST(Cli, ValidExampleExitsZeroWithTheVerdictTheTableAndNoFindings) {
       << here.out;
 }
 
+// A path from the root ("/dados/decl.txt"; on Windows the root of the
+// current drive) is a file, never a Windows-style "/option".
+TEST(Cli, PathFromTheRootIsAFileNotAnOption) {
+  test::TempDir dir;
+  dir.Write("declaracao.txt", ExampleText());
+  std::string rooted = fs::absolute(dir.path() + "/declaracao.txt").generic_string();
+  if (rooted.size() > 1 && rooted[1] == ':') rooted.erase(0, 2);  // "C:/x" -> "/x"
+  ASSERT_EQ(rooted[0], '/') << rooted;
+  const CliRun run = RunCli(ValidateArgs(rooted), dir.path());
+  EXPECT_EQ(run.status, 0) << run.out << run.err;
+  EXPECT_TRUE(fs::exists(dir.path() + "/declaracao.validacao.xml"));
+}
+
 // The example followed by `extra` records that the structure ignores after
 // the 9999: a large file that is quick to read.
 [[maybe_unused]] std::string LargeFile(int extra) {

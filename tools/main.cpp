@@ -20,6 +20,11 @@ int main(int argc, char** argv) {
       "volp"};
   app.set_version_flag("--version", "volp " VOLP_VERSION_TEXT);
   app.require_subcommand(1);
+  // Options start with "-" or "--" on every platform. On Windows the parser
+  // would also take "/x" for an option, and so a file's path from the root
+  // of the drive ("/dados/decl.txt") for an unknown switch. Set before the
+  // subcommands are added: they copy it from here.
+  app.allow_windows_style_options(false);
 
   int exit_code = 0;
   volp::cli::AddValidateCommand(app, &exit_code);
