@@ -119,6 +119,10 @@ struct Result {
   std::string validation_date;
   // Wall-clock time of the whole call, in seconds.
   double elapsed_seconds = 0;
+  // The log file this call wrote to (Options::log_file); empty when it wrote
+  // none: the log was off, or its file could not be made (a log never stops
+  // a validation).
+  std::string log_path;
 
   // No errors: the report says "Arquivo validado".
   bool valid() const { return completed && errors == 0; }

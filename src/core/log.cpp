@@ -4,15 +4,10 @@
 
 namespace volp {
 
-Log::~Log() {
-  if (file_ != nullptr) std::fclose(file_);
-}
+Log::~Log() = default;
 
 void Log::Configure(int level, std::string dir, bool enabled, std::FILE* echo) {
-  if (file_ != nullptr && dir != dir_) {
-    std::fclose(file_);
-    file_ = nullptr;
-  }
+  if (file_.is_open() && dir != dir_) file_.Close();
   level_ = level;
   dir_ = std::move(dir);
   enabled_ = enabled;
@@ -47,18 +42,25 @@ void Log::VWrite(const char* fmt, va_list ap) {
     va_end(copy);
   }
   if (!enabled_) return;
-  if (file_ == nullptr && !open_failed_) {
+  if (!file_.is_open() && !open_failed_) {
     // The log directory is made on the first line; a log that cannot be
-    // written never stops a validation.
-    if (platform::MakeDirectory(dir_)) {
-      std::string name = dir_ + platform::Separator() + "ValidadorVOLP.log";
-      file_ = std::fopen(name.c_str(), "ab");
-    }
-    if (file_ == nullptr) open_failed_ = true;
+    // written never stops a validation. The file is appended to only when it
+    // is a regular file reached without a link: a link planted at its name
+    // would otherwise have the log lines written into whatever it points at.
+    int error = 0;
+    const std::string name = dir_ + platform::Separator() + "ValidadorVOLP.log";
+    if (platform::MakeDirectory(dir_) && file_.OpenForAppend(name, false, &error))
+      path_ = name;
+    else
+      open_failed_ = true;
   }
-  if (file_ == nullptr) return;
-  std::vfprintf(file_, fmt, ap);
-  std::fflush(file_);
+  if (!file_.is_open()) return;
+  file_.VPrintf(fmt, ap);
+  // Each line reaches the system at once: a run that ends abruptly keeps its
+  // log up to its last line.
+  file_.Flush();
 }
+
+std::string Log::written() const { return file_.is_open() ? path_ : std::string(); }
 
 }  // namespace volp

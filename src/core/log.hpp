@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <string>
 
+#include "platform/platform.hpp"
+
 namespace volp {
 
 class Log {
@@ -33,13 +35,16 @@ class Log {
   // that could not be done), without its line end.
   const std::string& last_error() const { return last_error_; }
   int level() const { return level_; }
+  // The log file's path once a line went to it; empty while none has.
+  std::string written() const;
 
  private:
   void VWrite(const char* fmt, va_list ap);
   int level_ = 0;
   bool enabled_ = false;
   std::string dir_;
-  std::FILE* file_ = nullptr;
+  platform::OutputFile file_;
+  std::string path_;
   bool open_failed_ = false;
   std::FILE* echo_ = nullptr;
   std::string last_error_;

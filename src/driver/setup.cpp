@@ -64,6 +64,15 @@ int64_t LerRegistro9999(Log& log, platform::InputFile& file, int64_t size) {
   return result;
 }
 
+// A name the run must make a file of holds something that is not a regular
+// file: whoever put a link there wanted the run's bytes elsewhere.
+void RefuseName(Log& log, const std::string& name) {
+  log.Write(0,
+            "E#C9126: O caminho %s já existe e não é um arquivo comum (é um link, um diretório ou "
+            "um dispositivo): a validação não grava nele nem através dele!\n"_l1,
+            name.c_str());
+}
+
 }  // namespace
 
 UnfinishedOutputs::~UnfinishedOutputs() {
@@ -123,17 +132,36 @@ bool AbrirDeclaracao(Run& run, const std::string& path, platform::InputFile& fil
     summary->file_size = ctx.file_size;
   }
 
-  // The working file is this run's until it ends: a second run on the same
-  // file stops here and touches nothing of the first one's.
+  // The report's outputs are this run's until it ends: a second run on the
+  // same file stops here and touches nothing of the first one's. The claim
+  // is a lock file of its own beside the report, never the report's bytes.
   ctx.report_work_name = ctx.report_name + ".parcial";
+  const std::string lock_name = ctx.report_name + ".trava";
   bool busy = false;
-  if (!ctx.report_lock.TryLock(ctx.report_work_name, &busy, &err)) {
-    if (busy)
+  bool refused = false;
+  if (!ctx.report_lock.TryLock(lock_name, &busy, &refused, &err)) {
+    if (refused)
+      RefuseName(log, lock_name);
+    else if (busy)
       log.Write(0, "E#C9122: O arquivo %s está em uso por outra validação!\n"_l1,
                 ctx.report_work_name.c_str());
     else
-      log.Write(0, "E#C9122: Erro ao tentar bloquear o arquivo %s: %s\n",
-                ctx.report_work_name.c_str(), platform::ErrorText(err).c_str());
+      log.Write(0, "E#C9122: Erro ao tentar bloquear o arquivo %s: %s\n", lock_name.c_str(),
+                platform::ErrorText(err).c_str());
+    return false;
+  }
+  // A working file still there was left by a run that died (a live one
+  // would hold the lock): it goes. A link, a directory or a device at its
+  // name is never written through, nor removed.
+  if (!platform::ClearStaleFile(ctx.report_work_name, &refused, &err)) {
+    if (refused)
+      RefuseName(log, ctx.report_work_name);
+    else
+      log.Write(
+          0,
+          "E#C9127: Não conseguiu apagar o arquivo de trabalho %s deixado por outra validação: %s\n"_l1,
+          ctx.report_work_name.c_str(), platform::ErrorText(err).c_str());
+    ctx.report_lock.Release();
     return false;
   }
   return true;

@@ -98,6 +98,7 @@ Result Validate(const std::string& path, const Options& options) {
   std::stable_sort(r.findings.begin(), r.findings.end(),
                    [](const Finding& a, const Finding& b) { return a.line < b.line; });
   r.elapsed_seconds = static_cast<double>(platform::NowNs() - start_ns) / 1e9;
+  r.log_path = log.written();
   return r;
 }
 

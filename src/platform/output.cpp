@@ -72,24 +72,31 @@ void OutputFile::Put(std::string_view bytes) {
 }
 
 void OutputFile::Printf(const char* fmt, ...) {
-  char small[1024];
   va_list ap;
   va_start(ap, fmt);
-  const int n = std::vsnprintf(small, sizeof small, fmt, ap);
+  VPrintf(fmt, ap);
   va_end(ap);
+}
+
+void OutputFile::VPrintf(const char* fmt, va_list ap) {
+  char small[1024];
+  va_list again;
+  va_copy(again, ap);
+  const int n = std::vsnprintf(small, sizeof small, fmt, ap);
   if (n < 0) {
+    va_end(again);
     Fail(-1);
     return;
   }
   if (static_cast<size_t>(n) < sizeof small) {
+    va_end(again);
     Put(std::string_view(small, static_cast<size_t>(n)));
     return;
   }
   // A line longer than a kilobyte (a long path): formatted once more in full.
   std::string big(static_cast<size_t>(n) + 1, '\0');
-  va_start(ap, fmt);
-  std::vsnprintf(big.data(), big.size(), fmt, ap);
-  va_end(ap);
+  std::vsnprintf(big.data(), big.size(), fmt, again);
+  va_end(again);
   big.pop_back();
   Put(big);
 }

@@ -3,6 +3,7 @@
 // platform's own encoding.
 #pragma once
 
+#include <cstdarg>
 #include <cstdint>
 #include <ctime>
 #include <memory>
@@ -27,9 +28,19 @@ int LastError();
 
 bool FileExists(const std::string& path);
 bool RemoveFile(const std::string& path);
-bool MakeDirectory(const std::string& path);  // true when it exists afterwards
+// True when a directory is there afterwards: made now, or one that was there
+// (never a link to one: a directory of our own is not taken over that way).
+bool MakeDirectory(const std::string& path);
 bool IsDirectory(const std::string& path);
-// Copies `from` over `to`; on failure returns false with the system error.
+// Both names lead to one file (followed through links; compared by device
+// and file number, not by text).
+bool SameFile(const std::string& a, const std::string& b);
+// Copies `from` over `to`: the bytes go to a new private file beside `to`,
+// which then takes its name in one step with `from`'s access bits (less the
+// umask). `to` is never opened, so a link there is replaced, not followed;
+// `to` naming `from` itself is refused untouched (EINVAL; on Windows
+// ERROR_INVALID_PARAMETER). On failure returns false with the system error
+// and `to` is as it was.
 bool CopyFileOver(const std::string& from, const std::string& to, int* error);
 void SleepMs(int ms);
 
@@ -75,9 +86,26 @@ class InputFile {
 };
 
 // What a path names, without opening it (opening a FIFO with no writer would
-// wait forever).
-enum class FileKind { kMissing, kRegular, kDirectory, kOther };
+// wait forever). KindOf follows a link to what it points at, as a reader
+// does; NameKind looks at the name itself, as whoever is about to make a file
+// of that name must: a link there is kLink (on Windows, any reparse point).
+enum class FileKind { kMissing, kRegular, kDirectory, kOther, kLink };
 FileKind KindOf(const std::string& path);
+FileKind NameKind(const std::string& path);
+
+// Frees the name of a file this run makes for itself (a working file, a
+// temporary): a regular file there is taken to be left by a run that died
+// and is removed; anything else (a link, a directory, a device) is never
+// touched and the name is refused (`*refused`). False when the name is not
+// free, with the system error unless refused.
+bool ClearStaleFile(const std::string& path, bool* refused, int* error);
+
+// Who may read a file volp makes: kPrivate, only its owner (0600: working
+// files and temporaries, which may hold a declaration's clients and
+// amounts); kShared, what the user's file-creation mask allows (0644 less
+// the umask: reports and summaries in their final place). On Windows files
+// take the access of their folder either way.
+enum class Access { kPrivate, kShared };
 
 // A file the validator writes (the report, its working file, the summary).
 // Bytes go through a buffer of its own; every write, flush and close is
@@ -92,9 +120,19 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // Opens `path` for writing, creating it when missing; an existing file is
-  // emptied unless `keep` is set. False with the system error.
-  bool Open(const std::string& path, bool text, bool keep, int* error);
+  // Creates `path` as a new file: never one that exists and never through a
+  // link (O_CREAT | O_EXCL | O_NOFOLLOW; CREATE_NEW on Windows). False with
+  // the system error, EEXIST (ERROR_FILE_EXISTS) when the name is taken.
+  bool Create(const std::string& path, bool text, Access access, int* error);
+  // Opens `path` for appending (a log), creating it kShared when missing;
+  // refused when the name is a link or not a regular file.
+  bool OpenForAppend(const std::string& path, bool text, int* error);
+  // Gives a kPrivate file the access of a kShared one: a working file about
+  // to take its final name.
+  bool Share();
+  // The name `path` still leads to this open file (not followed through a
+  // link): nobody removed or replaced it since it was made.
+  bool NamedBy(const std::string& path) const;
   // Drops everything written so far: the file is empty and writing starts
   // again at its beginning (the buffer is dropped too).
   bool Restart();
@@ -104,6 +142,7 @@ class OutputFile {
       __attribute__((format(printf, 2, 3)))
 #endif
       ;
+  void VPrintf(const char* fmt, va_list ap);
   // Hands the buffered bytes to the system.
   bool Flush();
   // Flush() and then waits until the bytes are on the disk, so that a rename
@@ -132,9 +171,12 @@ class OutputFile {
   void* handle_ = nullptr;  // Windows HANDLE
 };
 
-// An exclusive lock on a file, taken without waiting and held until Release()
-// (or the end of the process): the claim of one run on its working file.
-// Only other FileLocks are kept out; readers and writers of the file are not.
+// An exclusive lock, taken without waiting and held until Release() (or the
+// end of the process): the claim of one run on the outputs of one report.
+// It is a file of its own, empty, that nothing else reads or writes; the
+// holder removes it when it lets go (on Windows the system removes it when
+// the holder's handle closes, also when the process dies). A lock file left
+// by a process that died is free again and is taken over.
 class FileLock {
  public:
   FileLock() = default;
@@ -142,15 +184,18 @@ class FileLock {
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
 
-  // Takes the lock on `path`, creating an empty file when none is there. On
-  // failure `*busy` tells whether another process holds it. The lock is on
-  // the file the name leads to when it is taken: a file renamed away while
-  // its holder finished is never taken in its place.
-  bool TryLock(const std::string& path, bool* busy, int* error);
+  // Takes the lock `path`, creating it (kPrivate) when none is there. On
+  // failure `*busy` tells whether another process holds it and `*refused`
+  // that the name is a link, a directory or a device, which is never opened
+  // through. The lock is on the file the name leads to when it is taken: one
+  // that its holder removed while this call waited is never taken in its
+  // place.
+  bool TryLock(const std::string& path, bool* busy, bool* refused, int* error);
   void Release();
   bool held() const { return fd_ >= 0 || handle_ != nullptr; }
 
  private:
+  std::string path_;
   int fd_ = -1;
   void* handle_ = nullptr;  // Windows HANDLE
 };

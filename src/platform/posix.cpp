@@ -37,53 +37,18 @@ bool FileExists(const std::string& path) {
 bool RemoveFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }
 bool MakeDirectory(const std::string& path) {
   if (::mkdir(path.c_str(), 0777) == 0) return true;
-  return errno == EEXIST && IsDirectory(path);
+  struct stat st;
+  return errno == EEXIST && ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 bool IsDirectory(const std::string& path) {
   struct stat st;
   return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
-bool CopyFileOver(const std::string& from, const std::string& to, int* error) {
-  int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
-  if (in < 0) {
-    *error = errno;
-    return false;
-  }
-  int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (out < 0) {
-    *error = errno;
-    ::close(in);
-    return false;
-  }
-  char buf[1 << 16];
-  bool ok = true;
-  for (;;) {
-    ssize_t n = ::read(in, buf, sizeof buf);
-    if (n == 0) break;
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      ok = false;
-      break;
-    }
-    for (ssize_t done = 0; done < n;) {
-      ssize_t w = ::write(out, buf + done, static_cast<size_t>(n - done));
-      if (w < 0) {
-        if (errno == EINTR) continue;
-        ok = false;
-        break;
-      }
-      done += w;
-    }
-    if (!ok) break;
-  }
-  if (!ok) *error = errno;
-  ::close(in);
-  if (::close(out) != 0 && ok) {
-    *error = errno;
-    ok = false;
-  }
-  return ok;
+bool SameFile(const std::string& a, const std::string& b) {
+  struct stat sa, sb;
+  return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
+         sa.st_ino == sb.st_ino;
 }
 
 void SleepMs(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }

@@ -36,7 +36,9 @@ bool ProductVersion(const std::string& path, std::string* version, std::string* 
 // code; empty when unknown.
 std::string ModulePath();
 
-// Moves `from` to `to`, replacing it; false with the system error.
+// Moves `from` to `to`, replacing it (across file systems, as a copy and a
+// removal); `to` naming `from` itself is refused untouched, as CopyFileOver
+// refuses it. False with the system error.
 bool MoveFileOver(const std::string& from, const std::string& to, int* error);
 
 // The machine, as the support services describe it.

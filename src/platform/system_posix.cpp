@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "platform/platform.hpp"
 #include "platform/system.hpp"
 
 #ifndef VOLP_VERSION_TEXT
@@ -56,7 +57,20 @@ Versions ReadVersionsFor(const std::string&) {
 Versions ReadVersions() { return ReadVersionsFor(ModulePath()); }
 
 bool MoveFileOver(const std::string& from, const std::string& to, int* error) {
+  // rename() of a file onto itself (or onto another name of it) succeeds
+  // doing nothing; the caller asked for a move that cannot be made.
+  if (SameFile(from, to)) {
+    *error = EINVAL;
+    return false;
+  }
   if (::rename(from.c_str(), to.c_str()) == 0) return true;
+  if (errno != EXDEV) {
+    *error = errno;
+    return false;
+  }
+  // Another file system: a whole copy in place first, then the original goes.
+  if (!CopyFileOver(from, to, error)) return false;
+  if (::unlink(from.c_str()) == 0) return true;
   *error = errno;
   return false;
 }

@@ -125,6 +125,10 @@ Versions ReadVersions() {
 }
 
 bool MoveFileOver(const std::string& from, const std::string& to, int* error) {
+  if (SameFile(from, to)) {
+    *error = ERROR_INVALID_PARAMETER;
+    return false;
+  }
   if (MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED))
     return true;
   *error = LastError();

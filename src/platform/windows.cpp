@@ -46,12 +46,24 @@ bool IsDirectory(const std::string& path) {
 }
 bool MakeDirectory(const std::string& path) {
   if (CreateDirectoryA(path.c_str(), nullptr)) return true;
-  return GetLastError() == ERROR_ALREADY_EXISTS && IsDirectory(path);
+  if (GetLastError() != ERROR_ALREADY_EXISTS) return false;
+  const DWORD a = GetFileAttributesA(path.c_str());
+  return a != INVALID_FILE_ATTRIBUTES && (a & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+         (a & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
 }
-bool CopyFileOver(const std::string& from, const std::string& to, int* error) {
-  if (CopyFileA(from.c_str(), to.c_str(), FALSE)) return true;
-  *error = static_cast<int>(GetLastError());
-  return false;
+
+bool SameFile(const std::string& a, const std::string& b) {
+  auto id = [](const std::string& path, BY_HANDLE_FILE_INFORMATION* info) {
+    HANDLE h = CreateFileA(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                           nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (h == INVALID_HANDLE_VALUE) return false;
+    const bool ok = GetFileInformationByHandle(h, info) != 0;
+    CloseHandle(h);
+    return ok;
+  };
+  BY_HANDLE_FILE_INFORMATION x, y;
+  return id(a, &x) && id(b, &y) && x.dwVolumeSerialNumber == y.dwVolumeSerialNumber &&
+         x.nFileIndexHigh == y.nFileIndexHigh && x.nFileIndexLow == y.nFileIndexLow;
 }
 void SleepMs(int ms) { Sleep(static_cast<DWORD>(ms)); }
 

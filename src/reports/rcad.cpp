@@ -13,6 +13,8 @@
 // Values are the file's own field texts; they hold no "|" (the splitter cut
 // at every one), so no quoting is needed.
 #include <cinttypes>
+#include <cstdio>
+#include <string>
 
 #include "core/context.hpp"
 #include "core/record_types.hpp"
@@ -37,34 +39,39 @@ int GerarArquivoRCAD(Run& run, const std::string& stem) {
   const ProcessState& ps = run.ps;
   const std::string name = stem + ".rcad.txt";
 
-  platform::OutputFile f;
-  int error = 0;
-  if (!f.Open(name, false, false, &error)) {
-    run.log.Write(0, "E#C9107: Erro ao tentar criar o arquivo %s: %d - %s\n", name.c_str(), error,
-                  platform::ErrorText(error).c_str());
-    return 1;
-  }
-
+  std::string out;
+  auto line = [&out](const char* fmt, auto... values) {
+    char buf[512];
+    const int n = std::snprintf(buf, sizeof buf, fmt, values...);
+    if (n > 0 && static_cast<size_t>(n) < sizeof buf) {
+      out.append(buf, static_cast<size_t>(n));
+    } else if (n > 0) {
+      // A line of long header texts: formatted again at its full size.
+      std::string big(static_cast<size_t>(n) + 1, '\0');
+      std::snprintf(big.data(), big.size(), fmt, values...);
+      out.append(big.data(), static_cast<size_t>(n));
+    }
+  };
   const int64_t read = c.records_read_at_end != 0 ? c.records_read_at_end : c.records_read;
-  f.Printf("|VOLP|%s|%" PRId64 "|%" PRId64 "|%s|\n", VOLP_VERSION_TEXT, c.file_size, read,
-           c.sha256.c_str());
-  f.Printf("|0000|%s|%s|%s|%s|%s|%s|%s|%s|%s|\n", c.cod_ver.c_str(), CodeText(c.finalidade).c_str(),
-           c.uf_fisco.c_str(), c.cnpj.c_str(), c.nome.c_str(), c.dt_ini.c_str(), c.dt_fin.c_str(),
-           CodeText(c.tp_amb).c_str(), c.mes_val.c_str());
-  f.Printf("|0005|%s|%s|%s|%s|%s|%s|\n", c.endereco.c_str(), c.cep.c_str(), c.contato.c_str(),
-           c.telefone.c_str(), c.email.c_str(), c.uf.c_str());
+  line("|VOLP|%s|%" PRId64 "|%" PRId64 "|%s|\n", VOLP_VERSION_TEXT, c.file_size, read,
+       c.sha256.c_str());
+  line("|0000|%s|%s|%s|%s|%s|%s|%s|%s|%s|\n", c.cod_ver.c_str(), CodeText(c.finalidade).c_str(),
+       c.uf_fisco.c_str(), c.cnpj.c_str(), c.nome.c_str(), c.dt_ini.c_str(), c.dt_fin.c_str(),
+       CodeText(c.tp_amb).c_str(), c.mes_val.c_str());
+  line("|0005|%s|%s|%s|%s|%s|%s|\n", c.endereco.c_str(), c.cep.c_str(), c.contato.c_str(),
+       c.telefone.c_str(), c.email.c_str(), c.uf.c_str());
   for (int i = 0; i < kRecordTypeCount; ++i) {
     const int64_t n = ps.findings.per_type[i].count;
-    if (n != 0) f.Printf("|QTD|%s|%" PRId64 "|\n", kRecordTypes[i].code, n);
+    if (n != 0) line("|QTD|%s|%" PRId64 "|\n", kRecordTypes[i].code, n);
   }
-  f.Printf("|TOTAL|%" PRId64 "|%" PRId64 "|\n", ps.known_records, ps.findings.warnings);
+  line("|TOTAL|%" PRId64 "|%" PRId64 "|\n", ps.known_records, ps.findings.warnings);
 
-  if (!f.Close()) {
-    // A summary cut short would pass for a whole one: none is left.
-    const int e = f.error();
-    run.log.Write(0, "E#C9107: Erro ao tentar criar o arquivo %s: %d - %s\n", name.c_str(), e,
-                  platform::ErrorText(e).c_str());
-    platform::RemoveFile(name);
+  // Whole or not at all, and never through whatever may have been put at
+  // the name during the run: a summary cut short would pass for a whole one.
+  WriteFailure why;
+  if (!WriteWholeFile(name, out, /*text=*/true, &why)) {
+    run.log.Write(0, "E#C9107: Erro ao tentar criar o arquivo %s: %d - %s\n", name.c_str(),
+                  why.code, platform::ErrorText(why.code).c_str());
     return 1;
   }
   return 0;

@@ -1,8 +1,10 @@
 // The validation report "<stem>.validacao.xml".
 //
 // Every write goes to the working file "<name>.parcial" first, so a reader of
-// the report name never sees a half-written document: partial writes during
-// the reading refresh the working file, the final write leaves it open so the
+// the report name never sees a half-written document. The working file is
+// made new at the run's first write and held open to the end, so its name is
+// opened once and never through a link: partial writes during the reading
+// replace its contents, the final write leaves a document open so the
 // summary file's writing time can still be added, and the completing write
 // finishes it, waits until it is on the disk and renames it over the report
 // name. Every write, flush and close is checked: a document that did not get
@@ -62,12 +64,37 @@ int LoadVersions(Run& run, ProcessState& ps) {
   return 0;
 }
 
-// Creates (or empties) the working file; false after 10 failed attempts.
+// A write, flush or close of the working file failed (a full disk, an I/O
+// error): the document on disk is cut short.
+void LogWriteFailure(Run& run, int error) {
+  run.log.Write(0, "E#C9121: Erro ao tentar gravar o arquivo %s: %s\n",
+                run.ctx.report_work_name.c_str(), platform::ErrorText(error).c_str());
+}
+
+// Makes the working file ready for a whole new document. It is created once
+// per run, new (never a file that is there, never through a link: the run
+// cleared the name at set-up, so anything found there now was put there
+// since) and private to the user, and then kept open: every later write
+// empties it and starts again, so the name is never opened a second time
+// (unless the file was taken away from it, when a new one is made the same
+// way). False after 10 failed attempts.
 bool CreateWorkingFile(Run& run, platform::OutputFile& f) {
   const std::string& name = run.ctx.report_work_name;
+  if (f.is_open()) {
+    if (f.NamedBy(name)) {
+      if (f.Restart()) return true;
+      LogWriteFailure(run, f.error());
+      return false;
+    }
+    // Someone removed or replaced the working file: what is written to the
+    // open file could never take the report's name. A new one is made.
+    f.Close();
+  }
   int error = 0;
   for (int attempt = 0; attempt < kCreateAttempts; ++attempt) {
-    if (f.Open(name, true, false, &error)) {
+    bool refused = false;
+    if (platform::ClearStaleFile(name, &refused, &error) &&
+        f.Create(name, true, platform::Access::kPrivate, &error)) {
       run.log.Write(3, "Abriu %s com descritor: %d\n", name.c_str(), f.descriptor());
       return true;
     }
@@ -78,13 +105,6 @@ bool CreateWorkingFile(Run& run, platform::OutputFile& f) {
   run.log.Write(0, "E#C9104: Erro ao tentar criar o arquivo %s após %d tentativas: %s\n"_l1,
                 name.c_str(), kCreateAttempts, platform::ErrorText(error).c_str());
   return false;
-}
-
-// A write, flush or close of the working file failed (a full disk, an I/O
-// error): the document on disk is cut short.
-void LogWriteFailure(Run& run, int error) {
-  run.log.Write(0, "E#C9121: Erro ao tentar gravar o arquivo %s: %s\n",
-                run.ctx.report_work_name.c_str(), platform::ErrorText(error).c_str());
 }
 
 // Closes the working file and checks that every byte got there.
@@ -100,10 +120,11 @@ bool CloseWorkingFile(Run& run, platform::OutputFile& f) {
 
 // What a failed write leaves is no document: the working file is emptied, so
 // that whoever reads it for progress finds nothing rather than a cut report.
-void EmptyWorkingFile(Run& run) {
-  platform::OutputFile f;
-  int error = 0;
-  if (f.Open(run.ctx.report_work_name, true, false, &error)) f.Close();
+// One that cannot even be emptied is closed and goes.
+void DiscardWorkingFile(Run& run, platform::OutputFile& f) {
+  if (f.is_open() && f.Restart() && f.Flush()) return;
+  if (f.is_open()) f.Close();
+  platform::RemoveFile(run.ctx.report_work_name);
 }
 
 // "    <Tag>value</Tag>" for the optional values of the file's header, left
@@ -388,8 +409,6 @@ int GerarArquivoValidacao(Run& run, int mode) {
 
   platform::OutputFile& f = c.report_file;
   if (mode == kParcial || mode == kFinal) {
-    // A document left open by an earlier final write is replaced.
-    if (f.is_open()) f.Close();
     c.report_pending = false;
     // A working file that cannot be created leaves the report missing while
     // the write still counts as done; the completing write then finds
@@ -400,15 +419,19 @@ int GerarArquivoValidacao(Run& run, int mode) {
       // the summary file. What is written so far must already be on its way.
       if (!f.Flush()) {
         LogWriteFailure(run, f.error());
-        f.Close();
-        EmptyWorkingFile(run);
+        DiscardWorkingFile(run, f);
         return 0;
       }
       c.report_pending = true;
       return 0;
     }
+    // A whole partial document, handed to the system for whoever reads the
+    // progress; the file stays open for the next one.
     WriteTail(f, run);
-    if (!CloseWorkingFile(run, f)) EmptyWorkingFile(run);
+    if (!f.Flush()) {
+      LogWriteFailure(run, f.error());
+      DiscardWorkingFile(run, f);
+    }
     return 0;
   }
 
@@ -422,15 +445,15 @@ int GerarArquivoValidacao(Run& run, int mode) {
   f.Printf("      <GravacaoValidacao>%" PRId64 "</GravacaoValidacao>\n", ps.report_us);
   f.Printf("      <GravacaoRCAD>%" PRId64 "</GravacaoRCAD>\n", ps.summary_us);
   WriteTail(f, run);
-  // On the disk before it takes the report's name.
-  if (!f.Sync()) {
+  // Readable as any report once it has its name, and on the disk before it
+  // takes it.
+  if (!f.Share() || !f.Sync()) {
     LogWriteFailure(run, f.error());
-    f.Close();
-    EmptyWorkingFile(run);
+    DiscardWorkingFile(run, f);
     return mode - 1;
   }
   if (!CloseWorkingFile(run, f)) {
-    EmptyWorkingFile(run);
+    DiscardWorkingFile(run, f);
     return mode - 1;
   }
   // The working file stays when it cannot be put in place: it is the whole

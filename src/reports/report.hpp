@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace volp {
 
@@ -24,5 +25,18 @@ std::string SituacaoValidacao(int64_t bytes_read, int64_t file_size, int64_t rec
 // The registration summary <stem>.rcad.txt, written only when a run ends
 // without errors. Returns 0 on success.
 int GerarArquivoRCAD(Run& run, const std::string& stem);
+
+// Puts `bytes` in place at `path` whole or not at all, through a working file
+// of this process's own beside it (WorkingNameFor). `text`: lines end in CR LF
+// on Windows. On failure `path` is as it was and `*failure` says which step
+// failed on which name, with the system error.
+struct WriteFailure {
+  const char* what = "";  // "cannot create", "cannot write", "cannot put in place"
+  std::string name;
+  int code = 0;
+};
+bool WriteWholeFile(const std::string& path, std::string_view bytes, bool text,
+                    WriteFailure* failure);
+std::string WorkingNameFor(const std::string& path);
 
 }  // namespace volp

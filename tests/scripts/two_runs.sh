@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Two validations of the same file at once. The first one owns the working
-# file "<stem>.validacao.xml.parcial" (it is locked for the run); the second
+# Two validations of the same file at once. The first one owns the report's
+# outputs (through the lock file "<stem>.validacao.xml.trava"); the second
 # stops at once with an E#C line and exit 2, touching nothing, and the first
 # puts a whole report in place. Whatever the timing, the report is never cut
 # and never holds NUL bytes.
@@ -23,9 +23,9 @@ for round in 1 2 3 4 5; do
   "$volp" validate -q --tables "$tables" --today 20260115 "$work/decl.txt" \
     >/dev/null 2>"$work/err1" &
   first=$!
-  # The working file appears when the first run has claimed it.
+  # The lock file appears when the first run has claimed the outputs.
   for _ in $(seq 1 500); do
-    [ -e "$work/decl.validacao.xml.parcial" ] && break
+    [ -e "$work/decl.validacao.xml.trava" ] && break
     sleep 0.01
   done
   "$volp" validate -q --tables "$tables" --today 20260115 "$work/decl.txt" \
@@ -45,6 +45,7 @@ for round in 1 2 3 4 5; do
   [ "$(tail -c 8 "$report")" = "</VOLP>" ] || bad="$bad; report cut"
   [ "$(tr -d '\000' <"$report" | wc -c)" -eq "$(wc -c <"$report")" ] || bad="$bad; NUL bytes"
   [ -e "$report.parcial" ] && bad="$bad; working file left"
+  [ -e "$report.trava" ] && bad="$bad; lock file left"
   if [ -n "$bad" ]; then
     echo "two_runs: FAIL round $round: $bad"
     failures=$((failures + 1))
