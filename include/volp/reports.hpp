@@ -34,9 +34,12 @@ VOLP_API std::string JsonReport(const Result& result, const ReportOptions& optio
 // per group of findings and the full list.
 VOLP_API std::string HtmlReport(const Result& result, const ReportOptions& options = {});
 
-// Writes `bytes` to "<path>.parcial", checking every write, flush and close,
-// then puts it in place over `path` in one step; on failure nothing is left
-// but a previous `path`, untouched, and `*error` says why.
+// Writes `bytes` to "<path>.parcial-<pid>", a new file private to its owner
+// (never one that was there, never through a link), checking every write,
+// flush and close, then puts it in place over `path` in one step with the
+// access the umask gives; a link at `path` is replaced, never written
+// through. On failure nothing is left but a previous `path`, untouched, and
+// `*error` says why.
 VOLP_API bool WriteFileAtomically(const std::string& path, std::string_view bytes,
                                   std::string* error);
 

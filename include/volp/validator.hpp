@@ -146,7 +146,9 @@ VOLP_API const char* StopReasonName(StopReason reason);
 // Where the report of `path` goes: the path up to its last "." — of the whole
 // path, so a dot in a directory name counts ("dir.x/file" gives
 // "dir.validacao.xml") — followed by ".validacao.xml"; a path without "." is
-// used whole. The working file is this name followed by ".parcial".
+// used whole. The working file is this name followed by ".parcial", and the
+// lock that keeps a second run on the same file out is this name followed by
+// ".trava" (both there only while a run is going).
 VOLP_API std::string ReportPath(const std::string& path);
 
 }  // namespace volp

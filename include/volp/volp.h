@@ -56,9 +56,16 @@ VOLP_API int AbrirArquivoBinario(const char* caminho);
 VOLP_API int LerRegistroArquivo(int arquivo, char* registro, int tamanho);
 /* Closes a handle of AbrirArquivoBinario; 0, or -1 for an unknown handle. */
 VOLP_API int FecharArquivoBinario(int arquivo);
-/* Copies origem over destino (replaced when it exists); 0 or the system error. */
+/* Copies origem over destino (replaced when it exists): the bytes go to a new
+ * private file beside destino, which then takes its name in one step with
+ * origem's access bits; a link at destino is replaced, never written through.
+ * 0 or the system error; destino naming origem itself (also as "./x" or
+ * through a link) is refused untouched with EINVAL (ERROR_INVALID_PARAMETER
+ * on Windows). */
 VOLP_API int CopiarArquivo(const char* origem, const char* destino);
-/* Moves origem to destino (replaced when it exists); 0 or the system error. */
+/* Moves origem to destino (replaced when it exists; across file systems as a
+ * copy and a removal); 0 or the system error; the same file on both sides is
+ * refused untouched, as by CopiarArquivo. */
 VOLP_API int MoverArquivo(const char* origem, const char* destino);
 /* The size of a file in bytes (64-bit), or VOLP_ERRO. */
 VOLP_API long long ObterTamanhoArquivo(const char* caminho);

@@ -118,9 +118,11 @@ bool OutputFile::OpenForAppend(const std::string& path, bool text, int* error) {
     *error = ERROR_OPEN_FAILED;
     return false;
   }
-  HANDLE h =
-      CreateFileA(path.c_str(), FILE_APPEND_DATA | SYNCHRONIZE, kShareAll, nullptr, OPEN_ALWAYS,
-                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  // Read and appended to by others (several runs may share a log), but not
+  // deleted while it is open, as a log opened by the C runtime is not.
+  HANDLE h = CreateFileA(path.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
+                         FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                         FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
   if (h == INVALID_HANDLE_VALUE) {
     *error = static_cast<int>(GetLastError());
     return false;
