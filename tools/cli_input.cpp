@@ -18,10 +18,9 @@
 #include <filesystem>
 #include <system_error>
 
-namespace volp::cli {
+#include "cli_signals.hpp"
 
-char g_spool_file[4096];
-char g_spool_dir[4096];
+namespace volp::cli {
 
 namespace {
 
@@ -38,12 +37,6 @@ int ProcessId() {
 #else
   return static_cast<int>(getpid());
 #endif
-}
-
-void CopyName(char (&to)[4096], const std::string& from) {
-  const size_t n = std::min(from.size(), sizeof to - 1);
-  std::memcpy(to, from.data(), n);
-  to[n] = '\0';
 }
 
 }  // namespace
@@ -98,8 +91,7 @@ bool IsGzip(const std::string& path) {
 Spool::~Spool() { Remove(); }
 
 void Spool::Remove() {
-  g_spool_file[0] = '\0';
-  g_spool_dir[0] = '\0';
+  SetSpoolLeftovers("", "");
   std::error_code ec;
   if (!file_.empty()) fs::remove(file_, ec);
   if (!dir_.empty()) fs::remove(dir_, ec);
@@ -131,8 +123,7 @@ bool Spool::Fill(const std::string& source, const std::string& base_dir, const s
     return false;
   }
   file_ = (fs::path(dir_) / (stem + ".txt")).string();
-  CopyName(g_spool_dir, dir_);
-  CopyName(g_spool_file, file_);
+  SetSpoolLeftovers(file_, dir_);
 
   gzFile in = nullptr;
   if (source == "-") {

@@ -31,8 +31,8 @@ bool IsGzip(const std::string& path);
 
 // A temporary copy of a stream or of a file's decompressed bytes, in a
 // private directory "<base>/.volp-<pid>-<n>/" as "<stem>.txt". The copy and
-// its directory go when the object does, and (through the names it leaves
-// in `g_spool_file` and `g_spool_dir`) when a second Ctrl-C ends volp.
+// its directory go when the object does, and (through the names it hands to
+// SetSpoolLeftovers) when a second signal ends volp.
 class Spool {
  public:
   Spool() = default;
@@ -55,10 +55,5 @@ class Spool {
   std::string file_;
   bool decompressed_ = false;
 };
-
-// Set while a copy exists, for the handler of a second Ctrl-C (which may
-// only call async-signal-safe functions).
-extern char g_spool_file[4096];
-extern char g_spool_dir[4096];
 
 }  // namespace volp::cli

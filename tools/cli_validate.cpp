@@ -1,19 +1,12 @@
 #include "cli_validate.hpp"
 
 #if defined(_WIN32)
-#define WIN32_LEAN_AND_MEAN
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
 #include <io.h>
 #include <process.h>
-#include <windows.h>
 #else
 #include <unistd.h>
 #endif
 
-#include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -22,8 +15,10 @@
 
 #include "cli_batch.hpp"
 #include "cli_data.hpp"
+#include "cli_files.hpp"
 #include "cli_input.hpp"
 #include "cli_progress.hpp"
+#include "cli_signals.hpp"
 #include "cli_summary.hpp"
 #include "cli_terminal.hpp"
 #include "volp/reports.hpp"
@@ -39,93 +34,12 @@ namespace fs = std::filesystem;
 
 constexpr const char* kTableFile = "RELATORIO_DTB_BRASIL_MUNICIPIO.csv";
 
-// Raised by Ctrl-C (and by a request to terminate); the run polls it at its
-// checkpoints (every 100,000 lines) and ends as a cancelled run with its
-// report in place.
-std::atomic<bool> g_stop{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "the signal handler needs a lock-free flag");
-
-// The working file of the running validation, "<report>.parcial": a second
-// Ctrl-C ends volp at once and takes it away, so that no half-written partial
-// report stays behind. Filled before the handlers are in place.
-char g_working_file[4096];
-
-constexpr char kStopNote[] =
-    "\nvolp: stopping at the next checkpoint; press Ctrl-C again to end at once\n";
-
 #if defined(_WIN32)
 int ProcessIdNow() { return _getpid(); }
 bool StderrIsTerminal() { return _isatty(_fileno(stderr)) != 0; }
-
-// Signalled when the validation is over, so that closing the console waits
-// for the cancelled report before the system ends the process.
-HANDLE g_run_over = nullptr;
-
-BOOL WINAPI OnConsoleEvent(DWORD event) {
-  if (event == CTRL_C_EVENT && g_stop.load()) {
-    // The second Ctrl-C: the default handler ends the process.
-    if (g_working_file[0] != '\0') DeleteFileA(g_working_file);
-    if (g_spool_file[0] != '\0') DeleteFileA(g_spool_file);
-    if (g_spool_dir[0] != '\0') RemoveDirectoryA(g_spool_dir);
-    return FALSE;
-  }
-  const bool was_stopping = g_stop.exchange(true);
-  if (!was_stopping) {
-    DWORD ignored = 0;
-    WriteFile(GetStdHandle(STD_ERROR_HANDLE), kStopNote, sizeof kStopNote - 1, &ignored, nullptr);
-  }
-  if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
-    // The process ends when this handler returns: give the run the few
-    // seconds the system allows to reach its checkpoint and write the report.
-    if (g_run_over != nullptr) WaitForSingleObject(g_run_over, 4500);
-  }
-  return TRUE;
-}
-
-void InstallInterruptHandler() {
-  if (g_run_over == nullptr) g_run_over = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-  SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
-}
-
-void RemoveInterruptHandler() {
-  if (g_run_over != nullptr) SetEvent(g_run_over);
-  SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
-}
 #else
 int ProcessIdNow() { return static_cast<int>(getpid()); }
 bool StderrIsTerminal() { return isatty(STDERR_FILENO) != 0; }
-
-extern "C" void OnInterrupt(int signal_number) {
-  if (signal_number == SIGINT && g_stop.load()) {
-    // The second Ctrl-C ends volp at once, as the default action would, but
-    // without leaving the working file behind. unlink, signal and raise are
-    // async-signal-safe.
-    if (g_working_file[0] != '\0') unlink(g_working_file);
-    if (g_spool_file[0] != '\0') unlink(g_spool_file);
-    if (g_spool_dir[0] != '\0') rmdir(g_spool_dir);
-    std::signal(SIGINT, SIG_DFL);
-    std::raise(SIGINT);
-    return;
-  }
-  if (g_stop.exchange(true)) return;
-  // write() is async-signal-safe; its result is of no use here.
-  [[maybe_unused]] ssize_t n = write(STDERR_FILENO, kStopNote, sizeof kStopNote - 1);
-}
-
-void InstallInterruptHandler() {
-  struct sigaction sa = {};
-  sa.sa_handler = OnInterrupt;
-  sigemptyset(&sa.sa_mask);
-  // Ctrl-C asks for a clean stop, a second one ends the process; a request
-  // to terminate (SIGTERM) is a clean stop as well.
-  sigaction(SIGINT, &sa, nullptr);
-  sigaction(SIGTERM, &sa, nullptr);
-}
-
-void RemoveInterruptHandler() {
-  std::signal(SIGINT, SIG_DFL);
-  std::signal(SIGTERM, SIG_DFL);
-}
 #endif
 
 bool HasTable(const std::string& dir) {
@@ -189,12 +103,6 @@ std::string SafeName(std::string name) {
     if (b < 0x20 || b == 0x7F) c = '?';
   }
   return name;
-}
-
-void CopyName(char (&to)[4096], const std::string& from) {
-  const size_t n = std::min(from.size(), sizeof to - 1);
-  std::memcpy(to, from.data(), n);
-  to[n] = '\0';
 }
 
 bool EndsWith(const std::string& s, const std::string& tail) {
@@ -283,8 +191,6 @@ BatchRow RunOne(const Input& input, const Batch& b) {
   options.stop = &g_stop;
   options.report_stem = stem;
   options.threads = s.threads;
-  CopyName(g_working_file,
-           (stem.empty() ? ReportPath(path) : stem + ".validacao.xml") + ".parcial");
 
   if (!s.quiet) {
     std::string shown = from_stdin ? "standard input" : row.file;
@@ -305,9 +211,17 @@ BatchRow RunOne(const Input& input, const Batch& b) {
   auto bar = std::make_shared<ProgressBar>(stderr, bar_on);
   options.progress = [bar](int64_t read, int64_t total) { bar->Update(read, total); };
 
+  // What a second signal takes away if it ends volp mid-run. A lock file
+  // already there belongs to another run on the same file (which this one
+  // will not get past), or to a run that was killed: the working file beside
+  // it is then not this run's to remove either.
+  const std::string xml = stem.empty() ? ReportPath(path) : stem + ".validacao.xml";
+  const std::string lock = xml + ".trava";
+  const bool ours = KindOf(lock) == PathKind::kMissing;
+  SetRunLeftovers(ours ? xml + ".parcial" : "", ours ? lock : "");
   const Result result = Validate(path, options);
+  SetRunLeftovers("", "");
   bar->Finish();
-  g_working_file[0] = '\0';
 
   row.status = ExitStatus(result);
   if (!result.completed) {
@@ -443,7 +357,7 @@ int RunValidate(const Settings& s, bool log_requested) {
   // From here on Ctrl-C asks for a clean stop: the file being validated
   // ends as a cancelled run, and the files after it are skipped.
   g_stop.store(false);
-  InstallInterruptHandler();
+  InstallStopHandlers();
   std::vector<BatchRow> rows;
   int status = kExitValid;
   for (const Input& input : inputs) {
@@ -460,7 +374,7 @@ int RunValidate(const Settings& s, bool log_requested) {
     status = WorstStatus(status, row.status);
     rows.push_back(row);
   }
-  RemoveInterruptHandler();
+  RemoveStopHandlers();
 
   if (several && !s.quiet) {
     std::fputs(("\n" + BatchTable(rows, b.summary.width, b.summary.style)).c_str(), b.human);
@@ -534,7 +448,8 @@ Stopping a run:
   Ctrl-C (or SIGTERM) asks the run to stop at its next checkpoint (every
   100,000 lines); the report is still written and says "Validação Cancelada".
   With several files, the files not yet started are skipped. A second Ctrl-C
-  ends volp at once and removes the partial report and any temporary copy.
+  or SIGTERM, in any order, ends volp at once and removes the partial
+  report, the run's lock file and any temporary copy.
   Another process can stop the run by creating the stop file
   .parar_ValidadorVOLP-<pid> in volp's current directory (looked at every
   100,000 lines, at most every 5 seconds; volp deletes it).
