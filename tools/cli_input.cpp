@@ -1,24 +1,10 @@
 #include "cli_input.hpp"
 
-#if defined(_WIN32)
-#include <fcntl.h>
-#include <io.h>
-#include <process.h>
-#else
-#include <unistd.h>
-#endif
-
-#include <zlib.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
-
-#include "cli_signals.hpp"
 
 namespace volp::cli {
 
@@ -29,14 +15,6 @@ namespace fs = std::filesystem;
 bool EndsWith(const std::string& s, const char* tail) {
   const size_t n = std::strlen(tail);
   return s.size() >= n && s.compare(s.size() - n, n, tail) == 0;
-}
-
-int ProcessId() {
-#if defined(_WIN32)
-  return _getpid();
-#else
-  return static_cast<int>(getpid());
-#endif
 }
 
 }  // namespace
@@ -86,118 +64,6 @@ bool IsGzip(const std::string& path) {
   const size_t n = std::fread(magic, 1, 2, f);
   std::fclose(f);
   return n == 2 && magic[0] == 0x1f && magic[1] == 0x8b;
-}
-
-Spool::~Spool() { Remove(); }
-
-void Spool::Remove() {
-  SetSpoolLeftovers("", "");
-  std::error_code ec;
-  if (!file_.empty()) fs::remove(file_, ec);
-  if (!dir_.empty()) fs::remove(dir_, ec);
-  file_.clear();
-  dir_.clear();
-}
-
-bool Spool::Fill(const std::string& source, const std::string& base_dir, const std::string& stem,
-                 const std::atomic<bool>* stop, std::string* error) {
-  Remove();
-  std::error_code ec;
-  const fs::path base = base_dir.empty() ? fs::temp_directory_path(ec) : fs::path(base_dir);
-  if (ec) {
-    *error = "no temporary directory: " + ec.message();
-    return false;
-  }
-  // A directory of our own: its name cannot be taken by another process
-  // between our look and our use.
-  for (int n = 0; n < 1000 && dir_.empty(); ++n) {
-    const fs::path dir = base / (".volp-" + std::to_string(ProcessId()) + "-" + std::to_string(n));
-    if (fs::create_directory(dir, ec)) dir_ = dir.string();
-    if (ec) {
-      *error = "cannot make a temporary directory in " + base.string() + ": " + ec.message();
-      return false;
-    }
-  }
-  if (dir_.empty()) {
-    *error = "cannot make a temporary directory in " + base.string();
-    return false;
-  }
-  file_ = (fs::path(dir_) / (stem + ".txt")).string();
-  SetSpoolLeftovers(file_, dir_);
-
-  gzFile in = nullptr;
-  if (source == "-") {
-#if defined(_WIN32)
-    _setmode(_fileno(stdin), _O_BINARY);
-    in = gzdopen(_dup(_fileno(stdin)), "rb");
-#else
-    in = gzdopen(dup(STDIN_FILENO), "rb");
-#endif
-  } else {
-    in = gzopen(source.c_str(), "rb");
-  }
-  const std::string what = source == "-" ? "standard input" : source;
-  if (in == nullptr) {
-    *error = "cannot read " + what + ": " + std::strerror(errno);
-    Remove();
-    return false;
-  }
-  gzbuffer(in, 1 << 17);
-  std::FILE* out = std::fopen(file_.c_str(), "wb");
-  if (out == nullptr) {
-    *error = "cannot write the temporary copy " + file_ + ": " + std::strerror(errno);
-    gzclose(in);
-    Remove();
-    return false;
-  }
-
-  std::vector<char> buf(1 << 17);
-  bool ok = true;
-  int64_t copied = 0;
-  for (;;) {
-    const int n = gzread(in, buf.data(), static_cast<unsigned>(buf.size()));
-    if (stop != nullptr && stop->load()) {
-      *error = "cancelled while reading " + what;
-      ok = false;
-      break;
-    }
-    if (n < 0) {
-      int code = 0;
-      const char* why = gzerror(in, &code);
-      *error = "cannot read " + what + ": " +
-               (code == Z_ERRNO ? std::string(std::strerror(errno)) : std::string(why));
-      ok = false;
-      break;
-    }
-    if (n == 0) {
-      // The end, or a gzip stream cut short (zlib tells it only here).
-      int code = 0;
-      const char* why = gzerror(in, &code);
-      if (code != Z_OK) {
-        *error = "cannot read " + what + ": " + why;
-        ok = false;
-      }
-      break;
-    }
-    if (std::fwrite(buf.data(), 1, static_cast<size_t>(n), out) != static_cast<size_t>(n)) {
-      *error = "cannot write the temporary copy " + file_ + ": " + std::strerror(errno);
-      ok = false;
-      break;
-    }
-    copied += n;
-  }
-  decompressed_ = copied > 0 && gzdirect(in) == 0;
-  gzclose(in);
-  if (std::fflush(out) != 0 && ok) {
-    *error = "cannot write the temporary copy " + file_ + ": " + std::strerror(errno);
-    ok = false;
-  }
-  if (std::fclose(out) != 0 && ok) {
-    *error = "cannot write the temporary copy " + file_ + ": " + std::strerror(errno);
-    ok = false;
-  }
-  if (!ok) Remove();
-  return ok;
 }
 
 }  // namespace volp::cli

@@ -19,6 +19,7 @@
 #include "cli_input.hpp"
 #include "cli_progress.hpp"
 #include "cli_signals.hpp"
+#include "cli_spool.hpp"
 #include "cli_summary.hpp"
 #include "cli_terminal.hpp"
 #include "volp/reports.hpp"
@@ -83,6 +84,7 @@ struct Settings {
   std::string name;
   std::string color = "auto";
   int threads = 0;
+  std::string max_size;
 };
 
 // What every file of one command shares.
@@ -93,6 +95,7 @@ struct Batch {
   TableChoice tables;
   std::FILE* human = stdout;  // stderr when stdout carries the JSON report
   SummaryOptions summary;
+  SpoolLimits limits;
 };
 
 // File names come from the command line or a directory listing: shown as
@@ -172,7 +175,7 @@ BatchRow RunOne(const Input& input, const Batch& b) {
     std::string error;
     const std::string spool_stem =
         from_stdin ? (s.name.empty() ? "stdin" : s.name) : StemOf(input.path);
-    if (!spool.Fill(input.path, s.report_dir, spool_stem, &g_stop, &error)) {
+    if (!spool.Fill(input.path, s.report_dir, spool_stem, b.limits, &g_stop, &error)) {
       std::fprintf(stderr, "volp: %s\n", SafeName(error).c_str());
       if (g_stop.load()) row.verdict = "cancelled";
       return row;
@@ -345,6 +348,10 @@ int RunValidate(const Settings& s, bool log_requested) {
   b.log_requested = log_requested;
   b.several = several;
   b.tables = FindTables(s.tables, InstalledDataDir(kTableFile), VOLP_SOURCE_DATA_DIR);
+  if (!s.max_size.empty()) ParseSize(s.max_size, &b.limits.max_bytes);  // checked by the parser
+  // Copies that killed processes left where this command may make its own.
+  RemoveStaleSpools(SpoolBase(""));
+  if (!s.report_dir.empty()) RemoveStaleSpools(s.report_dir);
   // With the JSON report on standard output, the summary goes to stderr.
   b.human = s.json == "-" ? stderr : stdout;
   const ColorMode mode = s.color == "always"  ? ColorMode::kAlways
@@ -547,6 +554,16 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
                   "Colours in the summary: auto (on a terminal, unless NO_COLOR is set), always, "
                   "never")
       ->check(CLI::IsMember({"auto", "always", "never"}));
+  cmd->add_option("--max-size", settings->max_size,
+                  "The most a temporary copy of standard input or of a gzip file may take, e.g. "
+                  "512M, 10G (default 64G); a copy also always leaves 1 GiB free on its disk")
+      ->type_name("SIZE")
+      ->check(CLI::Validator(
+          [](std::string& v) -> std::string {
+            int64_t bytes = 0;
+            return ParseSize(v, &bytes) ? "" : "expected a size such as 900M, 10G or 1048576";
+          },
+          "SIZE"));
   cmd->add_flag("-q,--quiet", settings->quiet,
                 "Print nothing but failures; the exit status tells the verdict");
   cmd->callback([settings, level, dir, exit_code] {
