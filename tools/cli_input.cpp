@@ -1,10 +1,11 @@
 #include "cli_input.hpp"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
+
+#include "cli_files.hpp"
 
 namespace volp::cli {
 
@@ -17,22 +18,61 @@ bool EndsWith(const std::string& s, const char* tail) {
   return s.size() >= n && s.compare(s.size() - n, n, tail) == 0;
 }
 
+// Enough for the start of every report volp writes (the HTML page names its
+// generator in its fifth line).
+constexpr size_t kHeadBytes = 512;
+
+VolpOutput OutputAt(const std::string& path) {
+  std::string head;
+  return ReadHead(path, kHeadBytes, &head) ? OutputKindOf(head) : VolpOutput::kNone;
+}
+
 }  // namespace
 
-std::vector<Input> ExpandInputs(const std::vector<std::string>& args) {
+std::vector<Input> ExpandInputs(const std::vector<std::string>& args,
+                                std::vector<std::string>* notes) {
   std::vector<Input> inputs;
   for (const std::string& arg : args) {
-    std::error_code ec;
-    if (arg == "-" || !fs::is_directory(arg, ec)) {
+    if (arg == "-") {
+      inputs.push_back({arg, ""});
+      continue;
+    }
+    std::string why;
+    const PathKind kind = KindOf(arg, &why);
+    if (kind == PathKind::kFifo || kind == PathKind::kDevice || kind == PathKind::kSocket ||
+        (kind == PathKind::kOther && why.empty())) {
+      std::string problem = std::string("it is ") + KindName(kind) +
+                            ", not a regular file: volp validates files it can read twice and "
+                            "measure";
+      if (kind == PathKind::kFifo) problem += " (for a stream, give - and redirect it: - < PIPE)";
+      inputs.push_back({arg, problem});
+      continue;
+    }
+    if (kind == PathKind::kRegular) {
+      const VolpOutput output = OutputAt(arg);
+      if (output != VolpOutput::kNone) {
+        notes->push_back(arg + ": left out: " + OutputName(output) +
+                         " volp wrote, not a declaration");
+        continue;
+      }
+    }
+    if (kind != PathKind::kDirectory) {
       inputs.push_back({arg, ""});
       continue;
     }
     std::vector<std::string> found;
+    int reports = 0;
+    std::error_code ec;
     for (fs::directory_iterator it(arg, ec), end; !ec && it != end; it.increment(ec)) {
       const std::string name = it->path().filename().string();
       if (!EndsWith(name, ".txt") && !EndsWith(name, ".txt.gz")) continue;
-      std::error_code type_ec;
-      if (!it->is_regular_file(type_ec)) continue;
+      // Only regular files: a FIFO among them would stop the batch.
+      if (KindOf(it->path().string()) != PathKind::kRegular) continue;
+      // The registration summaries of an earlier run are "*.txt" too.
+      if (OutputAt(it->path().string()) != VolpOutput::kNone) {
+        ++reports;
+        continue;
+      }
       found.push_back(name);
     }
     if (ec) {
@@ -40,7 +80,9 @@ std::vector<Input> ExpandInputs(const std::vector<std::string>& args) {
       continue;
     }
     if (found.empty()) {
-      inputs.push_back({arg, "the directory holds no *.txt or *.txt.gz file"});
+      inputs.push_back({arg, reports > 0 ? "the directory holds no declaration, only reports volp "
+                                           "wrote"
+                                         : "the directory holds no *.txt or *.txt.gz file"});
       continue;
     }
     std::sort(found.begin(), found.end());
@@ -58,12 +100,9 @@ std::string StemOf(const std::string& path) {
 }
 
 bool IsGzip(const std::string& path) {
-  std::FILE* f = std::fopen(path.c_str(), "rb");
-  if (f == nullptr) return false;
-  unsigned char magic[2] = {0, 0};
-  const size_t n = std::fread(magic, 1, 2, f);
-  std::fclose(f);
-  return n == 2 && magic[0] == 0x1f && magic[1] == 0x8b;
+  std::string head;
+  return ReadHead(path, 2, &head) && head.size() == 2 &&
+         static_cast<unsigned char>(head[0]) == 0x1f && static_cast<unsigned char>(head[1]) == 0x8b;
 }
 
 }  // namespace volp::cli

@@ -1,5 +1,8 @@
 // The inputs of `volp validate`: files, directories (their *.txt and
-// *.txt.gz files), "-" for standard input.
+// *.txt.gz files), "-" for standard input. Only regular files are taken:
+// anything else is refused before it is opened (opening a FIFO waits for a
+// writer), and volp's own outputs (a registration summary is a "*.txt" too)
+// are never taken for declarations.
 #pragma once
 
 #include <string>
@@ -13,10 +16,14 @@ struct Input {
 };
 
 // The arguments expanded in order: a directory contributes its *.txt and
-// *.txt.gz files (not those of its subdirectories), sorted by name; an empty
-// directory becomes one Input with its `problem`. Anything else is kept as
-// it is (a missing file is the validator's to report).
-std::vector<Input> ExpandInputs(const std::vector<std::string>& args);
+// *.txt.gz files that are regular files (not those of its subdirectories),
+// sorted by name; one without any becomes one Input with its `problem`. A
+// FIFO, a device or a socket becomes an Input with its `problem`. One of
+// volp's reports, known by its first bytes, is left out: given by name, with
+// a line in `*notes` saying so. Anything else is kept as it is (a missing
+// file is the validator's to report).
+std::vector<Input> ExpandInputs(const std::vector<std::string>& args,
+                                std::vector<std::string>* notes);
 
 // The report stem of an input, without directory: its file name less a
 // ".gz" and then cut at its last "." ("x.txt.gz" -> "x", "decl" -> "decl").

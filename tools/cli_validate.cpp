@@ -281,6 +281,7 @@ bool CheckCommand(const Settings& s, const std::vector<Input>& inputs, bool seve
     std::fprintf(stderr, "volp: %s\n", why.c_str());
     return false;
   };
+  if (inputs.empty()) return refuse("nothing to validate");
   if (stdin_count > 1) return refuse("standard input (-) can be read only once");
   if (stdin_count == 1 && s.report_dir.empty()) {
     return refuse(
@@ -328,11 +329,15 @@ bool MakeDirectory(const std::string& dir, const char* what) {
 }
 
 int RunValidate(const Settings& s, bool log_requested) {
-  const std::vector<Input> inputs = ExpandInputs(s.files);
+  std::vector<std::string> notes;
+  const std::vector<Input> inputs = ExpandInputs(s.files, &notes);
+  if (!s.quiet) {
+    for (const std::string& note : notes)
+      std::fprintf(stderr, "volp: %s\n", SafeName(note).c_str());
+  }
   bool several = inputs.size() > 1;
   for (const std::string& f : s.files) {
-    std::error_code ec;
-    if (f != "-" && fs::is_directory(f, ec)) several = true;
+    if (f != "-" && KindOf(f) == PathKind::kDirectory) several = true;
   }
   if (!CheckCommand(s, inputs, several)) return kExitNotDone;
   if (!s.report_dir.empty() && !MakeDirectory(s.report_dir, "report directory")) {
