@@ -517,6 +517,7 @@ std::string ErrorText() { return ExampleWith("|35123456000123|", "|3512345600012
 TEST(Cli, BatchExitsWithTheWorstStatusAndEndsWithATable) {
   test::TempDir dir;
   const std::string ok = dir.Write("ok.txt", ExampleText());
+  const std::string ok2 = dir.Write("ok2.txt", ExampleText());
   const std::string bad = dir.Write("bad.txt", ErrorText());
   const std::string missing = dir.path() + "/nao-existe.txt";
   fs::create_directory(dir.path() + "/vazio");
@@ -527,7 +528,7 @@ TEST(Cli, BatchExitsWithTheWorstStatusAndEndsWithATable) {
     std::vector<std::pair<std::string, std::string>> rows;  // file and verdict, in order
   };
   const std::vector<Case> cases = {
-      {"valid twice", {ok, ok}, 0, {{ok, "valid"}, {ok, "valid"}}},
+      {"valid twice", {ok, ok2}, 0, {{ok, "valid"}, {ok2, "valid"}}},
       {"valid and invalid", {ok, bad}, 1, {{ok, "valid"}, {bad, "errors"}}},
       {"invalid and missing", {bad, missing}, 2, {{bad, "errors"}, {missing, "not done"}}},
       {"missing first", {missing, ok}, 2, {{missing, "not done"}, {ok, "valid"}}},

@@ -7,16 +7,22 @@
 #include <unistd.h>
 #endif
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <memory>
 #include <system_error>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "cli_batch.hpp"
 #include "cli_data.hpp"
 #include "cli_files.hpp"
 #include "cli_input.hpp"
+#include "cli_outputs.hpp"
 #include "cli_progress.hpp"
 #include "cli_signals.hpp"
 #include "cli_spool.hpp"
@@ -84,6 +90,7 @@ struct Settings {
   std::string name;
   std::string color = "auto";
   int threads = 0;
+  bool force = false;
   std::string max_size;
 };
 
@@ -91,11 +98,21 @@ struct Settings {
 struct Batch {
   const Settings* s = nullptr;
   bool log_requested = false;
-  bool several = false;  // several inputs: --json/--html name directories
   TableChoice tables;
   std::FILE* human = stdout;  // stderr when stdout carries the JSON report
   SummaryOptions summary;
   SpoolLimits limits;
+};
+
+// One input and where everything it gives goes, fixed before the first run.
+struct Plan {
+  Input input;
+  bool gzip = false;
+  std::string stem;  // Options::report_stem; "" = beside the input, the library's own name
+  std::string xml;   // the XML report; its working file and lock add ".parcial", ".trava"
+  std::string rcad;  // the registration summary
+  std::string json;  // "" when not asked for; "-" = standard output
+  std::string html;
 };
 
 // File names come from the command line or a directory listing: shown as
@@ -112,17 +129,72 @@ bool EndsWith(const std::string& s, const std::string& tail) {
   return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
 }
 
-// The report stem's file name, from where the XML report went.
-std::string ReportBase(const Result& r) {
-  std::string base = fs::path(r.report_path).filename().string();
-  const std::string tail = ".validacao.xml";
-  if (EndsWith(base, tail)) base.resize(base.size() - tail.size());
-  return base;
+std::string StdinName(const Settings& s) { return s.name.empty() ? "stdin" : s.name; }
+
+Plan PlanOf(const Input& input, const Settings& s, bool several) {
+  const std::string kXml = ".validacao.xml";
+  Plan p;
+  p.input = input;
+  const bool from_stdin = input.path == "-";
+  p.gzip = !from_stdin && IsGzip(input.path);
+  if (from_stdin) {
+    p.stem = (fs::path(s.report_dir) / StdinName(s)).string();
+  } else if (!s.report_dir.empty()) {
+    p.stem = (fs::path(s.report_dir) / StemOf(input.path)).string();
+  } else if (p.gzip) {
+    // Beside the input, as if it were the file without ".gz".
+    std::string plain = input.path;
+    if (EndsWith(plain, ".gz")) plain.resize(plain.size() - 3);
+    p.stem = ReportPath(plain);
+    p.stem.resize(p.stem.size() - kXml.size());
+  }
+  p.xml = p.stem.empty() ? ReportPath(input.path) : p.stem + kXml;
+  p.rcad = p.xml.substr(0, p.xml.size() - kXml.size()) + ".rcad.txt";
+  // With several files, --json and --html name directories that take each
+  // report under the XML report's name.
+  std::string base = fs::path(p.xml).filename().string();
+  base.resize(base.size() - kXml.size());
+  auto place = [&](const std::string& out, const char* ext) {
+    return out.empty() || !several ? out : (fs::path(out) / (base + ext)).string();
+  };
+  p.json = place(s.json, ".validacao.json");
+  p.html = place(s.html, ".validacao.html");
+  return p;
+}
+
+// Every path the command reads and writes, for FindClashes.
+std::vector<PlannedPath> PathsOf(const std::vector<Plan>& plans, const TableChoice& tables) {
+  std::vector<PlannedPath> paths;
+  for (size_t i = 0; i < plans.size(); ++i) {
+    const Plan& p = plans[i];
+    if (!p.input.problem.empty()) continue;
+    const int owner = static_cast<int>(i);
+    const bool from_stdin = p.input.path == "-";
+    const std::string of = " of " + (from_stdin ? "standard input" : p.input.path);
+    if (!from_stdin)
+      paths.push_back({p.input.path, "the input " + p.input.path, true, false, owner});
+    paths.push_back({p.xml, "the XML report" + of, false, false, owner});
+    paths.push_back({p.xml + ".parcial", "the XML report's working file" + of, false, true, owner});
+    paths.push_back({p.xml + ".trava", "the XML report's lock file" + of, false, true, owner});
+    paths.push_back({p.rcad, "the registration summary" + of, false, false, owner});
+    for (const auto& [out, what] : {std::pair{p.json, "JSON"}, std::pair{p.html, "HTML"}}) {
+      if (out.empty() || out == "-") continue;
+      paths.push_back({out, std::string("the ") + what + " report" + of, false, false, owner});
+      paths.push_back({out + ".parcial", std::string("the ") + what + " report's working file" + of,
+                       false, true, owner});
+    }
+  }
+  if (tables.source != TableSource::kNotFound) {
+    paths.push_back(
+        {(fs::path(tables.dir) / kTableFile).string(), "the municipality table", true, false, -1});
+  }
+  return paths;
 }
 
 // Writes one JSON or HTML report: to standard output for "-", else in one
 // step to its place. False (and a message) when it could not be written.
-bool WriteReport(const std::string& path, const std::string& bytes, const char* what) {
+bool WriteReport(const std::string& path, const std::string& bytes, VolpOutput kind, bool force) {
+  const char* what = kind == VolpOutput::kJsonReport ? "JSON" : "HTML";
   if (path == "-") {
     if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size() ||
         std::fflush(stdout) != 0) {
@@ -132,17 +204,17 @@ bool WriteReport(const std::string& path, const std::string& bytes, const char* 
     }
     return true;
   }
-  std::string error;
-  if (!WriteFileAtomically(path, bytes, &error)) {
-    std::fprintf(stderr, "volp: could not write the %s report %s: %s\n", what,
-                 SafeName(path).c_str(), SafeName(error).c_str());
-    return false;
-  }
-  return true;
+  // Looked at before the first run already; again, since a run takes time.
+  std::string error = CheckReplace(path, kind, force);
+  if (error.empty() && WriteFileAtomically(path, bytes, &error)) return true;
+  std::fprintf(stderr, "volp: could not write the %s report %s: %s\n", what, SafeName(path).c_str(),
+               SafeName(error).c_str());
+  return false;
 }
 
-BatchRow RunOne(const Input& input, const Batch& b) {
+BatchRow RunOne(const Plan& plan, const Batch& b) {
   const Settings& s = *b.s;
+  const Input& input = plan.input;
   const bool from_stdin = input.path == "-";
   BatchRow row;
   row.file = from_stdin ? "-" : SafeName(input.path);
@@ -156,25 +228,11 @@ BatchRow RunOne(const Input& input, const Batch& b) {
 
   // A stream or gzip data is validated through a plain temporary copy, the
   // reports named after the original.
-  const bool gzip = !from_stdin && IsGzip(input.path);
-  std::string stem;
-  if (from_stdin) {
-    stem = (fs::path(s.report_dir) / (s.name.empty() ? "stdin" : s.name)).string();
-  } else if (!s.report_dir.empty()) {
-    stem = (fs::path(s.report_dir) / StemOf(input.path)).string();
-  } else if (gzip) {
-    // Beside the input, as if it were the file without ".gz".
-    std::string plain = input.path;
-    if (EndsWith(plain, ".gz")) plain.resize(plain.size() - 3);
-    stem = ReportPath(plain);
-    stem.resize(stem.size() - std::string(".validacao.xml").size());
-  }
   Spool spool;
   std::string path = input.path;
-  if (from_stdin || gzip) {
+  if (from_stdin || plan.gzip) {
     std::string error;
-    const std::string spool_stem =
-        from_stdin ? (s.name.empty() ? "stdin" : s.name) : StemOf(input.path);
+    const std::string spool_stem = from_stdin ? StdinName(s) : StemOf(input.path);
     if (!spool.Fill(input.path, s.report_dir, spool_stem, b.limits, &g_stop, &error)) {
       std::fprintf(stderr, "volp: %s\n", SafeName(error).c_str());
       if (g_stop.load()) row.verdict = "cancelled";
@@ -192,7 +250,7 @@ BatchRow RunOne(const Input& input, const Batch& b) {
   // E#C message names the file it could not open.
   options.tables_dir = b.tables.source == TableSource::kNotFound ? "" : b.tables.dir;
   options.stop = &g_stop;
-  options.report_stem = stem;
+  options.report_stem = plan.stem;
   options.threads = s.threads;
 
   if (!s.quiet) {
@@ -218,10 +276,9 @@ BatchRow RunOne(const Input& input, const Batch& b) {
   // already there belongs to another run on the same file (which this one
   // will not get past), or to a run that was killed: the working file beside
   // it is then not this run's to remove either.
-  const std::string xml = stem.empty() ? ReportPath(path) : stem + ".validacao.xml";
-  const std::string lock = xml + ".trava";
+  const std::string lock = plan.xml + ".trava";
   const bool ours = KindOf(lock) == PathKind::kMissing;
-  SetRunLeftovers(ours ? xml + ".parcial" : "", ours ? lock : "");
+  SetRunLeftovers(ours ? plan.xml + ".parcial" : "", ours ? lock : "");
   const Result result = Validate(path, options);
   SetRunLeftovers("", "");
   bar->Finish();
@@ -248,18 +305,15 @@ BatchRow RunOne(const Input& input, const Batch& b) {
   // The reports for programs and for the browser, from the run's own
   // result: never from the text of any report.
   ReportOptions report;
-  report.input_name = from_stdin ? (s.name.empty() ? "stdin" : s.name) : input.path;
+  report.input_name = from_stdin ? StdinName(s) : input.path;
   report.decompressed = spool.decompressed();
   report.all_findings = s.json_findings == "all";
-  auto place = [&](const std::string& out, const char* ext) {
-    return b.several ? (fs::path(out) / (ReportBase(result) + ext)).string() : out;
-  };
-  if (!s.json.empty() &&
-      !WriteReport(place(s.json, ".validacao.json"), JsonReport(result, report), "JSON")) {
+  if (!plan.json.empty() &&
+      !WriteReport(plan.json, JsonReport(result, report), VolpOutput::kJsonReport, s.force)) {
     row.status = kExitNotDone;
   }
-  if (!s.html.empty() &&
-      !WriteReport(place(s.html, ".validacao.html"), HtmlReport(result, report), "HTML")) {
+  if (!plan.html.empty() &&
+      !WriteReport(plan.html, HtmlReport(result, report), VolpOutput::kHtmlReport, s.force)) {
     row.status = kExitNotDone;
   }
 
@@ -297,24 +351,41 @@ bool CheckCommand(const Settings& s, const std::vector<Input>& inputs, bool seve
   if (several && s.json == "-") {
     return refuse("--json - writes one report: with several files, give --json DIR");
   }
-  // Two inputs whose reports would take the same name in one directory.
-  if (several && (!s.report_dir.empty() || !s.json.empty() || !s.html.empty())) {
-    std::vector<std::string> stems;
-    for (const Input& in : inputs) {
-      if (in.problem.empty() && !s.report_dir.empty()) {
-        stems.push_back(in.path == "-" ? (s.name.empty() ? "stdin" : s.name) : StemOf(in.path));
-      }
-    }
-    std::sort(stems.begin(), stems.end());
-    const auto twin = std::adjacent_find(stems.begin(), stems.end());
-    if (twin != stems.end()) {
-      return refuse(
-          "two inputs would write their reports under one name in the report "
-          "directory: " +
-          SafeName(*twin));
+  return true;
+}
+
+// Refuses, naming each one, a command whose outputs would land on one of its
+// inputs or on one another, or whose --json or --html would replace a file
+// that is not such a report; true when there is none.
+bool CheckOutputs(const Settings& s, const std::vector<Plan>& plans, const TableChoice& tables,
+                  bool several) {
+  std::vector<std::string> problems = FindClashes(PathsOf(plans, tables));
+  // With several files, --json and --html are directories.
+  for (const auto& [option, value] : {std::pair{"--json", &s.json}, std::pair{"--html", &s.html}}) {
+    if (!several || value->empty()) continue;
+    const PathKind kind = KindOf(*value);
+    if (kind != PathKind::kMissing && kind != PathKind::kDirectory) {
+      problems.push_back(std::string(option) + " " + *value + ": with several files it names a " +
+                         "directory, and it is " + KindName(kind));
     }
   }
-  return true;
+  for (const Plan& p : plans) {
+    if (!p.input.problem.empty()) continue;
+    for (const auto& [option, out, kind] :
+         {std::tuple{"--json", &p.json, VolpOutput::kJsonReport},
+          std::tuple{"--html", &p.html, VolpOutput::kHtmlReport}}) {
+      if (out->empty() || *out == "-") continue;
+      const std::string why = CheckReplace(*out, kind, s.force);
+      if (!why.empty()) problems.push_back(std::string(option) + ": " + *out + ": " + why);
+    }
+  }
+  for (const std::string& problem : problems) {
+    std::fprintf(stderr, "volp: %s\n", SafeName(problem).c_str());
+  }
+  if (!problems.empty()) {
+    std::fprintf(stderr, "volp: refused before any run: nothing was validated or written\n");
+  }
+  return problems.empty();
 }
 
 bool MakeDirectory(const std::string& dir, const char* what) {
@@ -340,6 +411,18 @@ int RunValidate(const Settings& s, bool log_requested) {
     if (f != "-" && KindOf(f) == PathKind::kDirectory) several = true;
   }
   if (!CheckCommand(s, inputs, several)) return kExitNotDone;
+
+  Batch b;
+  b.s = &s;
+  b.log_requested = log_requested;
+  b.tables = FindTables(s.tables, InstalledDataDir(kTableFile), VOLP_SOURCE_DATA_DIR);
+  if (!s.max_size.empty()) ParseSize(s.max_size, &b.limits.max_bytes);  // checked by the parser
+
+  std::vector<Plan> plans;
+  plans.reserve(inputs.size());
+  for (const Input& in : inputs) plans.push_back(PlanOf(in, s, several));
+  if (!CheckOutputs(s, plans, b.tables, several)) return kExitNotDone;
+
   if (!s.report_dir.empty() && !MakeDirectory(s.report_dir, "report directory")) {
     return kExitNotDone;
   }
@@ -347,16 +430,10 @@ int RunValidate(const Settings& s, bool log_requested) {
     if (!s.json.empty() && !MakeDirectory(s.json, "JSON report directory")) return kExitNotDone;
     if (!s.html.empty() && !MakeDirectory(s.html, "HTML report directory")) return kExitNotDone;
   }
-
-  Batch b;
-  b.s = &s;
-  b.log_requested = log_requested;
-  b.several = several;
-  b.tables = FindTables(s.tables, InstalledDataDir(kTableFile), VOLP_SOURCE_DATA_DIR);
-  if (!s.max_size.empty()) ParseSize(s.max_size, &b.limits.max_bytes);  // checked by the parser
   // Copies that killed processes left where this command may make its own.
   RemoveStaleSpools(SpoolBase(""));
   if (!s.report_dir.empty()) RemoveStaleSpools(s.report_dir);
+
   // With the JSON report on standard output, the summary goes to stderr.
   b.human = s.json == "-" ? stderr : stdout;
   const ColorMode mode = s.color == "always"  ? ColorMode::kAlways
@@ -372,16 +449,16 @@ int RunValidate(const Settings& s, bool log_requested) {
   InstallStopHandlers();
   std::vector<BatchRow> rows;
   int status = kExitValid;
-  for (const Input& input : inputs) {
+  for (const Plan& plan : plans) {
     if (several && !s.quiet && !rows.empty()) std::fputs("\n", b.human);
     BatchRow row;
     if (g_stop.load()) {
-      row.file = input.path == "-" ? "-" : SafeName(input.path);
+      row.file = plan.input.path == "-" ? "-" : SafeName(plan.input.path);
       row.verdict = "skipped";
       row.read = "-";
       row.status = kExitNotDone;
     } else {
-      row = RunOne(input, b);
+      row = RunOne(plan, b);
     }
     status = WorstStatus(status, row.status);
     rows.push_back(row);
@@ -559,6 +636,9 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
                   "Colours in the summary: auto (on a terminal, unless NO_COLOR is set), always, "
                   "never")
       ->check(CLI::IsMember({"auto", "always", "never"}));
+  cmd->add_flag("--force", settings->force,
+                "Let --json and --html replace a file that is not a report of that kind volp "
+                "wrote (never an input or another output of the command)");
   cmd->add_option("--max-size", settings->max_size,
                   "The most a temporary copy of standard input or of a gzip file may take, e.g. "
                   "512M, 10G (default 64G); a copy also always leaves 1 GiB free on its disk")
