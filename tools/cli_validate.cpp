@@ -489,13 +489,20 @@ constexpr const char* kValidateFooter = R"(What is checked:
 
 Inputs:
   Each FILE is validated in turn. A directory stands for its *.txt and
-  *.txt.gz files (not those of its subdirectories), in name order. Gzip data
-  (known by its first bytes, whatever the name) is decompressed into a
-  temporary copy that is validated and then removed; its size, lines and
-  SHA-256 are those of the decompressed bytes, and the summary says so. "-"
-  reads standard input (plain or gzip) the same way; it needs --report-dir,
-  and its reports are named after --name (default "stdin"). The temporary
-  copy goes in --report-dir, else in the system's temporary directory.
+  *.txt.gz regular files (not those of its subdirectories), in name order.
+  Only regular files are read: a FIFO, a device or a socket is refused. The
+  reports volp writes (known by their first bytes, whatever their names) are
+  never validated: a directory's *.rcad.txt are passed over, and one named
+  on the command line is left out with a note. Gzip data (known by its first
+  bytes, whatever the name) is decompressed into a temporary copy that is
+  validated and then removed; its size, lines and SHA-256 are those of the
+  decompressed bytes, and the summary says so. "-" reads standard input
+  (plain or gzip) the same way; it needs --report-dir, and its reports are
+  named after --name (default "stdin"). The temporary copy goes in a private
+  folder .volp-<pid>-<n> (mode 0700, the copy 0600) in --report-dir, else in
+  the system's temporary directory; it may take at most --max-size (default
+  64G) and never leaves less than 1 GiB free on its disk. Copies that killed
+  processes left there are removed when volp next starts.
 
 Report:
   <stem>.validacao.xml, where <stem> is FILE up to its last "." (a dot in a
@@ -512,7 +519,15 @@ Report:
   file's own contents as they are.
   --json OUT and --html OUT write the JSON and HTML reports; with several
   files OUT is a directory (made when missing) that receives
-  <name>.validacao.json and <name>.validacao.html for each file.
+  <name>.validacao.json and <name>.validacao.html for each file. They replace
+  only nothing, an empty file or a report of their own kind that volp wrote;
+  --force lets them replace any other regular file.
+  Before any run, volp works out every file the command writes (the XML
+  report, its .parcial working file and .trava lock, the .rcad.txt summary,
+  the JSON and HTML reports) and refuses the whole command, naming each
+  clash, when two of them are one file or one is a file the command reads
+  (x.txt beside x.txt.gz, --json naming a declaration). Paths are compared
+  as files (device and file number), not as texts.
 
 Summary:
   volp prints whether the whole file was read (if not, the line it stopped at,
@@ -547,8 +562,9 @@ Exit status (with several files, the worst of them):
   0  the file is valid: no errors (warnings allowed)
   1  the file has errors
   2  the run could not be done (bad arguments, missing or unreadable file, a
-     directory without *.txt files, no municipality table, a report or the
-     temporary copy not writable) or was cancelled
+     FIFO or device, a directory without *.txt files, no municipality table,
+     a report or the temporary copy not writable, a copy past --max-size,
+     outputs that would land on an input or on one another) or was cancelled
 )";
 
 }  // namespace
