@@ -8,8 +8,9 @@
 #include <fcntl.h>
 #include <io.h>
 #include <process.h>
-#include <sddl.h>
 #include <windows.h>
+// windows.h first: sddl.h needs its types.
+#include <sddl.h>
 #else
 #include <dirent.h>
 #include <fcntl.h>
@@ -332,7 +333,7 @@ int RemoveStaleSpools(const std::string& base) {
   const int self = ProcessId();
 #if defined(_WIN32)
   WIN32_FIND_DATAA found;
-  HANDLE list = FindFirstFileA((base + "\\.volp-*").c_str(), &found);
+  HANDLE list = FindFirstFileA((fs::path(base) / ".volp-*").string().c_str(), &found);
   if (list == INVALID_HANDLE_VALUE) return 0;
   do {
     const std::string name = found.cFileName;
@@ -341,7 +342,7 @@ int RemoveStaleSpools(const std::string& base) {
     if (pid < 0 || pid == self || (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0 ||
         (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 || !ProcessIsGone(pid))
       continue;
-    const std::string dir = base + "\\" + name;
+    const std::string dir = (fs::path(base) / name).string();
     WIN32_FIND_DATAA inner;
     HANDLE files = FindFirstFileA((dir + "\\*").c_str(), &inner);
     if (files != INVALID_HANDLE_VALUE) {
