@@ -172,6 +172,8 @@ bool KeyOf(const std::string& path, FileKey* key, std::string* error) {
     return false;
   }
   p = p.lexically_normal();
+  // "out/" names what "out" does.
+  while (p.filename().empty() && p.has_relative_path()) p = p.parent_path();
   fs::path rest;
   for (;;) {
     std::string why;
