@@ -177,11 +177,11 @@ std::vector<PlannedPath> PathsOf(const std::vector<Plan>& plans, const TableChoi
     paths.push_back({p.xml + ".parcial", "the XML report's working file" + of, false, true, owner});
     paths.push_back({p.xml + ".trava", "the XML report's lock file" + of, false, true, owner});
     paths.push_back({p.rcad, "the registration summary" + of, false, false, owner});
+    // Their working files are named after the process as well as the
+    // report (WriteFileAtomically): no other output can take those names.
     for (const auto& [out, what] : {std::pair{p.json, "JSON"}, std::pair{p.html, "HTML"}}) {
       if (out.empty() || out == "-") continue;
       paths.push_back({out, std::string("the ") + what + " report" + of, false, false, owner});
-      paths.push_back({out + ".parcial", std::string("the ") + what + " report's working file" + of,
-                       false, true, owner});
     }
   }
   if (tables.source != TableSource::kNotFound) {
