@@ -635,14 +635,15 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
       ->type_name("DIR");
   cmd->add_option("--json", settings->json,
                   "Write the JSON report to OUT (- = standard output; the summary then goes to "
-                  "stderr). With several files: a directory")
+                  "stderr). With several files: a directory. Replaces only an empty file or a "
+                  "JSON report volp wrote (see --force)")
       ->type_name("OUT");
   cmd->add_option("--json-findings", settings->json_findings,
                   "The JSON report lists the findings in groups (default) or all of them too")
       ->check(CLI::IsMember({"groups", "all"}));
   cmd->add_option("--html", settings->html,
                   "Write the HTML report (one self-contained page) to OUT. With several files: a "
-                  "directory")
+                  "directory. Replaces only an empty file or an HTML report volp wrote")
       ->type_name("OUT");
   cmd->add_option("--name", settings->name,
                   "The name of standard input's reports (default \"stdin\"): "
@@ -664,7 +665,7 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
             int64_t bytes = 0;
             return ParseSize(v, &bytes) ? "" : "expected a size such as 900M, 10G or 1048576";
           },
-          "SIZE"));
+          ""));
   cmd->add_flag("-q,--quiet", settings->quiet,
                 "Print nothing but failures; the exit status tells the verdict");
   cmd->callback([settings, level, dir, exit_code] {
