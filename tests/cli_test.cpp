@@ -15,10 +15,7 @@
 #include <unistd.h>
 #endif
 
-#include <zlib.h>
-
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -27,6 +24,7 @@
 #include <string>
 #include <vector>
 
+#include "cli_support.hpp"
 #include "platform/platform.hpp"
 #include "spawn.hpp"
 #include "support.hpp"
@@ -36,72 +34,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct CliRun {
-  int status = -1;  // exit status; 128 + signal when killed
-  std::string out;
-  std::string err;
-};
-
-void SetEnv(const std::string& name, const char* value) {
-#if defined(_WIN32)
-  _putenv_s(name.c_str(), value ? value : "");
-#else
-  if (value) {
-    setenv(name.c_str(), value, 1);
-  } else {
-    unsetenv(name.c_str());
-  }
-#endif
-}
-
-struct EnvVar {
-  std::string name;
-  const char* value;  // null: unset
-};
-
-// Runs the CLI with a wide COLUMNS and no NO_COLOR (so that no line is cut
-// and the terminal the tests run in does not matter), then `env`; its input
-// from the file `in` (empty: none).
-CliRun RunCli(const std::vector<std::string>& args, const std::string& cwd = "",
-              const std::vector<EnvVar>& env = {}, const std::string& in = "") {
-  test::TempDir io;
-  const std::string out_path = io.path() + "/out";
-  const std::string err_path = io.path() + "/err";
-  SetEnv("COLUMNS", "1000");
-  SetEnv("NO_COLOR", nullptr);
-  for (const EnvVar& e : env) SetEnv(e.name, e.value);
-  CliRun run;
-  run.status = test::RunProgram(VOLP_CLI_PATH, args, cwd, out_path, err_path, in);
-  run.out = test::ReadText(out_path);
-  run.err = test::ReadText(err_path);
-  return run;
-}
-
-std::string ExampleText() {
-  return test::ReadFile(std::string(VOLP_TEST_DATA_DIR) + "/../../examples/declaracao-exemplo.txt");
-}
-
-// The example with its first occurrence of `from` replaced by `to`.
-std::string ExampleWith(const std::string& from, const std::string& to) {
-  std::string text = ExampleText();
-  const size_t at = text.find(from);
-  EXPECT_NE(at, std::string::npos) << from;
-  if (at != std::string::npos) text.replace(at, from.size(), to);
-  return text;
-}
-
-// The line of `out` that starts with `prefix`, without its line end; empty
-// when there is none.
-std::string LineStartingWith(const std::string& out, const std::string& prefix) {
-  size_t at = 0;
-  if (out.compare(0, prefix.size(), prefix) != 0) {
-    at = out.find("\n" + prefix);
-    if (at == std::string::npos) return "";
-    ++at;
-  }
-  const size_t end = out.find('\n', at);
-  return out.substr(at, end == std::string::npos ? std::string::npos : end - at);
-}
+using test::CliRun;
+using test::EnvVar;
+using test::ErrorText;
+using test::ExampleText;
+using test::ExampleWith;
+using test::HasSpool;
+using test::LargeFile;
+using test::LineStartingWith;
+using test::RunCli;
+using test::ValidateArgs;
+using test::WriteGzip;
 
 // The numbers of a record type's row in the per-type table: errors,
 // warnings, rejected, total.
@@ -112,14 +55,6 @@ std::vector<long long> TypeRow(const std::string& out, const std::string& type) 
   std::vector<long long> numbers;
   for (long long n; row >> n;) numbers.push_back(n);
   return numbers;
-}
-
-std::vector<std::string> ValidateArgs(const std::string& file,
-                                      std::vector<std::string> extra = {}) {
-  std::vector<std::string> args = {"validate",   file,       "--today",
-                                   test::kToday, "--tables", test::DataDir()};
-  args.insert(args.end(), extra.begin(), extra.end());
-  return args;
 }
 
 TEST(Cli, HelpExplainsTheCommandsTheReportAndTheExitStatus) {
@@ -141,6 +76,8 @@ TEST(Cli, HelpExplainsTheCommandsTheReportAndTheExitStatus) {
                             "--json",
                             "--json-findings",
                             "--html",
+                            "--force",
+                            "--max-size",
                             "--name",
                             "--color",
                             "NO_COLOR",
@@ -319,16 +256,6 @@ TEST(Cli, PathFromTheRootIsAFileNotAnOption) {
   EXPECT_TRUE(fs::exists(dir.path() + "/declaracao.validacao.xml"));
 }
 
-// The example followed by `extra` records that the structure ignores after
-// the 9999: a large file that is quick to read.
-[[maybe_unused]] std::string LargeFile(int extra) {
-  std::string text = ExampleText();
-  const std::string tail = "|9999|1|\r\n";
-  text.reserve(text.size() + tail.size() * extra);
-  for (int i = 0; i < extra; ++i) text += tail;
-  return text;
-}
-
 #if !defined(_WIN32)
 // Terminals, signals and their exit statuses are POSIX's; the console events
 // of Windows have no counterpart a test can send under Wine.
@@ -371,38 +298,6 @@ TEST(Cli, ProgressBarOnlyWhenStderrIsATerminalAndTheFileIsLarge) {
   }
 }
 
-// Waits until the file at `path` holds `text` (or the child has had ten
-// seconds); true when it does.
-bool WaitForText(const std::string& path, const std::string& text) {
-  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (test::ReadFile(path).find(text) == std::string::npos) {
-    if (std::chrono::steady_clock::now() > until) return false;
-    usleep(2000);
-  }
-  return true;
-}
-
-// Runs the CLI on `file`, sends it `signals` one after the other (each once
-// the one before has been taken: the header shows the handler in place, the
-// stop note shows the first signal seen), and returns its status and output.
-CliRun RunAndSignal(const std::string& file, const std::string& dir,
-                    const std::vector<int>& signals) {
-  CliRun run;
-  const std::string out = dir + "/out";
-  const std::string err = dir + "/err";
-  test::Child child;
-  if (!child.Start(VOLP_CLI_PATH, ValidateArgs(file), "", out, err)) return run;
-  WaitForText(out, "Tables:");
-  for (size_t i = 0; i < signals.size(); ++i) {
-    if (i > 0) WaitForText(err, "stopping at the next checkpoint");
-    child.Signal(signals[i]);
-  }
-  run.status = child.Wait();
-  run.out = test::ReadText(out);
-  run.err = test::ReadText(err);
-  return run;
-}
-
 // Ctrl-C and a request to terminate both stop the run at its next
 // checkpoint with the report in place.
 TEST(Cli, InterruptOrTerminateStopsTheRunWithACancelledReport) {
@@ -415,7 +310,7 @@ TEST(Cli, InterruptOrTerminateStopsTheRunWithACancelledReport) {
     const std::string file = dir.Write("grande.txt", LargeFile(3'000'000));
     CliRun run;
     for (int attempt = 0; attempt < 5; ++attempt) {
-      run = RunAndSignal(file, dir.path(), {sig});
+      run = test::RunAndSignal(ValidateArgs(file), dir.path(), {sig});
       if (run.status != 1) break;
     }
     // Killed by the signal (128 + n) would mean that no handler was in place.
@@ -434,21 +329,6 @@ TEST(Cli, InterruptOrTerminateStopsTheRunWithACancelledReport) {
               std::string::npos);
     EXPECT_FALSE(fs::exists(dir.path() + "/grande.validacao.xml.parcial"));
   }
-}
-
-// A second Ctrl-C ends volp at once; the working file does not stay behind.
-TEST(Cli, SecondInterruptEndsAtOnceWithoutLeavingTheWorkingFile) {
-  test::TempDir dir;
-  const std::string file = dir.Write("grande.txt", LargeFile(6'000'000));
-  bool ended_at_once = false;
-  for (int attempt = 0; attempt < 5 && !ended_at_once; ++attempt) {
-    const CliRun run = RunAndSignal(file, dir.path(), {SIGINT, SIGINT});
-    // 128 + SIGINT: ended by the second signal; 2: the stop came first.
-    ASSERT_TRUE(run.status == 128 + SIGINT || run.status == 2) << run.status << run.err;
-    ended_at_once = run.status == 128 + SIGINT;
-    EXPECT_FALSE(fs::exists(dir.path() + "/grande.validacao.xml.parcial")) << attempt;
-  }
-  EXPECT_TRUE(ended_at_once);
 }
 
 #endif  // !_WIN32
@@ -513,30 +393,11 @@ std::string MaskedReport(const std::string& path) {
   return std::regex_replace(test::ReadFile(path), kVaries, "<$1>*<");
 }
 
-// Writes `bytes` gzip-compressed to `path`.
-void WriteGzip(const std::string& path, const std::string& bytes) {
-  gzFile gz = gzopen(path.c_str(), "wb");
-  ASSERT_NE(gz, nullptr);
-  ASSERT_EQ(gzwrite(gz, bytes.data(), static_cast<unsigned>(bytes.size())),
-            static_cast<int>(bytes.size()));
-  ASSERT_EQ(gzclose(gz), Z_OK);
-}
-
-// Temporary copies are made in a directory ".volp-<pid>-<n>"; none may stay.
-bool HasSpool(const std::string& dir) {
-  std::error_code ec;
-  for (const auto& entry : fs::directory_iterator(dir, ec)) {
-    if (entry.path().filename().string().rfind(".volp-", 0) == 0) return true;
-  }
-  return false;
-}
-
-std::string ErrorText() { return ExampleWith("|35123456000123|", "|35123456000124|"); }
-
 // Several inputs: each validated, a table at the end, the worst status.
 TEST(Cli, BatchExitsWithTheWorstStatusAndEndsWithATable) {
   test::TempDir dir;
   const std::string ok = dir.Write("ok.txt", ExampleText());
+  const std::string ok2 = dir.Write("ok2.txt", ExampleText());
   const std::string bad = dir.Write("bad.txt", ErrorText());
   const std::string missing = dir.path() + "/nao-existe.txt";
   fs::create_directory(dir.path() + "/vazio");
@@ -547,7 +408,7 @@ TEST(Cli, BatchExitsWithTheWorstStatusAndEndsWithATable) {
     std::vector<std::pair<std::string, std::string>> rows;  // file and verdict, in order
   };
   const std::vector<Case> cases = {
-      {"valid twice", {ok, ok}, 0, {{ok, "valid"}, {ok, "valid"}}},
+      {"valid twice", {ok, ok2}, 0, {{ok, "valid"}, {ok2, "valid"}}},
       {"valid and invalid", {ok, bad}, 1, {{ok, "valid"}, {bad, "errors"}}},
       {"invalid and missing", {bad, missing}, 2, {{bad, "errors"}, {missing, "not done"}}},
       {"missing first", {missing, ok}, 2, {{missing, "not done"}, {ok, "valid"}}},

@@ -96,6 +96,18 @@ int Child::Wait() {
   return status_;
 }
 
+int Child::Wait(int timeout_seconds) {
+  if (process_ == nullptr) return status_;
+  if (WaitForSingleObject(static_cast<HANDLE>(process_),
+                          static_cast<DWORD>(timeout_seconds) * 1000) == WAIT_TIMEOUT) {
+    TerminateProcess(static_cast<HANDLE>(process_), 1);
+    Wait();
+    status_ = -2;
+    return status_;
+  }
+  return Wait();
+}
+
 void Child::Signal(int) {}
 
 #else
@@ -132,6 +144,25 @@ int Child::Wait() {
   }
   pid_ = -1;
   status_ = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
+  return status_;
+}
+
+int Child::Wait(int timeout_seconds) {
+  if (pid_ < 0) return status_;
+  for (int waited_ms = 0; waited_ms < timeout_seconds * 1000; waited_ms += 5) {
+    int raw = 0;
+    const pid_t done = waitpid(static_cast<pid_t>(pid_), &raw, WNOHANG);
+    if (done == static_cast<pid_t>(pid_)) {
+      pid_ = -1;
+      status_ = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
+      return status_;
+    }
+    if (done < 0 && errno != EINTR) return Wait();
+    usleep(5000);
+  }
+  kill(static_cast<pid_t>(pid_), SIGKILL);
+  Wait();
+  status_ = -2;
   return status_;
 }
 

@@ -24,6 +24,9 @@ class Child {
   // Waits for the end: the exit status, 128 + the signal's number when a
   // signal ended it, -1 when it never started.
   int Wait();
+  // As Wait, but a program still running after `timeout_seconds` is killed
+  // and gives -2: a test of something that must not block ends either way.
+  int Wait(int timeout_seconds);
   // POSIX: sends the signal (SIGINT, SIGTERM); does nothing on Windows.
   void Signal(int signal_number);
 

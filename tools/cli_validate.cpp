@@ -1,29 +1,31 @@
 #include "cli_validate.hpp"
 
 #if defined(_WIN32)
-#define WIN32_LEAN_AND_MEAN
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
 #include <io.h>
 #include <process.h>
-#include <windows.h>
 #else
 #include <unistd.h>
 #endif
 
-#include <atomic>
-#include <csignal>
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <memory>
 #include <system_error>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "cli_batch.hpp"
 #include "cli_data.hpp"
+#include "cli_files.hpp"
 #include "cli_input.hpp"
+#include "cli_outputs.hpp"
 #include "cli_progress.hpp"
+#include "cli_signals.hpp"
+#include "cli_spool.hpp"
 #include "cli_summary.hpp"
 #include "cli_terminal.hpp"
 #include "volp/reports.hpp"
@@ -39,93 +41,12 @@ namespace fs = std::filesystem;
 
 constexpr const char* kTableFile = "RELATORIO_DTB_BRASIL_MUNICIPIO.csv";
 
-// Raised by Ctrl-C (and by a request to terminate); the run polls it at its
-// checkpoints (every 100,000 lines) and ends as a cancelled run with its
-// report in place.
-std::atomic<bool> g_stop{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "the signal handler needs a lock-free flag");
-
-// The working file of the running validation, "<report>.parcial": a second
-// Ctrl-C ends volp at once and takes it away, so that no half-written partial
-// report stays behind. Filled before the handlers are in place.
-char g_working_file[4096];
-
-constexpr char kStopNote[] =
-    "\nvolp: stopping at the next checkpoint; press Ctrl-C again to end at once\n";
-
 #if defined(_WIN32)
 int ProcessIdNow() { return _getpid(); }
 bool StderrIsTerminal() { return _isatty(_fileno(stderr)) != 0; }
-
-// Signalled when the validation is over, so that closing the console waits
-// for the cancelled report before the system ends the process.
-HANDLE g_run_over = nullptr;
-
-BOOL WINAPI OnConsoleEvent(DWORD event) {
-  if (event == CTRL_C_EVENT && g_stop.load()) {
-    // The second Ctrl-C: the default handler ends the process.
-    if (g_working_file[0] != '\0') DeleteFileA(g_working_file);
-    if (g_spool_file[0] != '\0') DeleteFileA(g_spool_file);
-    if (g_spool_dir[0] != '\0') RemoveDirectoryA(g_spool_dir);
-    return FALSE;
-  }
-  const bool was_stopping = g_stop.exchange(true);
-  if (!was_stopping) {
-    DWORD ignored = 0;
-    WriteFile(GetStdHandle(STD_ERROR_HANDLE), kStopNote, sizeof kStopNote - 1, &ignored, nullptr);
-  }
-  if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
-    // The process ends when this handler returns: give the run the few
-    // seconds the system allows to reach its checkpoint and write the report.
-    if (g_run_over != nullptr) WaitForSingleObject(g_run_over, 4500);
-  }
-  return TRUE;
-}
-
-void InstallInterruptHandler() {
-  if (g_run_over == nullptr) g_run_over = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-  SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
-}
-
-void RemoveInterruptHandler() {
-  if (g_run_over != nullptr) SetEvent(g_run_over);
-  SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
-}
 #else
 int ProcessIdNow() { return static_cast<int>(getpid()); }
 bool StderrIsTerminal() { return isatty(STDERR_FILENO) != 0; }
-
-extern "C" void OnInterrupt(int signal_number) {
-  if (signal_number == SIGINT && g_stop.load()) {
-    // The second Ctrl-C ends volp at once, as the default action would, but
-    // without leaving the working file behind. unlink, signal and raise are
-    // async-signal-safe.
-    if (g_working_file[0] != '\0') unlink(g_working_file);
-    if (g_spool_file[0] != '\0') unlink(g_spool_file);
-    if (g_spool_dir[0] != '\0') rmdir(g_spool_dir);
-    std::signal(SIGINT, SIG_DFL);
-    std::raise(SIGINT);
-    return;
-  }
-  if (g_stop.exchange(true)) return;
-  // write() is async-signal-safe; its result is of no use here.
-  [[maybe_unused]] ssize_t n = write(STDERR_FILENO, kStopNote, sizeof kStopNote - 1);
-}
-
-void InstallInterruptHandler() {
-  struct sigaction sa = {};
-  sa.sa_handler = OnInterrupt;
-  sigemptyset(&sa.sa_mask);
-  // Ctrl-C asks for a clean stop, a second one ends the process; a request
-  // to terminate (SIGTERM) is a clean stop as well.
-  sigaction(SIGINT, &sa, nullptr);
-  sigaction(SIGTERM, &sa, nullptr);
-}
-
-void RemoveInterruptHandler() {
-  std::signal(SIGINT, SIG_DFL);
-  std::signal(SIGTERM, SIG_DFL);
-}
 #endif
 
 bool HasTable(const std::string& dir) {
@@ -169,16 +90,29 @@ struct Settings {
   std::string name;
   std::string color = "auto";
   int threads = 0;
+  bool force = false;
+  std::string max_size;
 };
 
 // What every file of one command shares.
 struct Batch {
   const Settings* s = nullptr;
   bool log_requested = false;
-  bool several = false;  // several inputs: --json/--html name directories
   TableChoice tables;
   std::FILE* human = stdout;  // stderr when stdout carries the JSON report
   SummaryOptions summary;
+  SpoolLimits limits;
+};
+
+// One input and where everything it gives goes, fixed before the first run.
+struct Plan {
+  Input input;
+  bool gzip = false;
+  std::string stem;  // Options::report_stem; "" = beside the input, the library's own name
+  std::string xml;   // the XML report; its working file and lock add ".parcial", ".trava"
+  std::string rcad;  // the registration summary
+  std::string json;  // "" when not asked for; "-" = standard output
+  std::string html;
 };
 
 // File names come from the command line or a directory listing: shown as
@@ -191,27 +125,76 @@ std::string SafeName(std::string name) {
   return name;
 }
 
-void CopyName(char (&to)[4096], const std::string& from) {
-  const size_t n = std::min(from.size(), sizeof to - 1);
-  std::memcpy(to, from.data(), n);
-  to[n] = '\0';
-}
-
 bool EndsWith(const std::string& s, const std::string& tail) {
   return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
 }
 
-// The report stem's file name, from where the XML report went.
-std::string ReportBase(const Result& r) {
-  std::string base = fs::path(r.report_path).filename().string();
-  const std::string tail = ".validacao.xml";
-  if (EndsWith(base, tail)) base.resize(base.size() - tail.size());
-  return base;
+std::string StdinName(const Settings& s) { return s.name.empty() ? "stdin" : s.name; }
+
+Plan PlanOf(const Input& input, const Settings& s, bool several) {
+  const std::string kXml = ".validacao.xml";
+  Plan p;
+  p.input = input;
+  const bool from_stdin = input.path == "-";
+  p.gzip = !from_stdin && IsGzip(input.path);
+  if (from_stdin) {
+    p.stem = (fs::path(s.report_dir) / StdinName(s)).string();
+  } else if (!s.report_dir.empty()) {
+    p.stem = (fs::path(s.report_dir) / StemOf(input.path)).string();
+  } else if (p.gzip) {
+    // Beside the input, as if it were the file without ".gz".
+    std::string plain = input.path;
+    if (EndsWith(plain, ".gz")) plain.resize(plain.size() - 3);
+    p.stem = ReportPath(plain);
+    p.stem.resize(p.stem.size() - kXml.size());
+  }
+  p.xml = p.stem.empty() ? ReportPath(input.path) : p.stem + kXml;
+  p.rcad = p.xml.substr(0, p.xml.size() - kXml.size()) + ".rcad.txt";
+  // With several files, --json and --html name directories that take each
+  // report under the XML report's name.
+  std::string base = fs::path(p.xml).filename().string();
+  base.resize(base.size() - kXml.size());
+  auto place = [&](const std::string& out, const char* ext) {
+    return out.empty() || !several ? out : (fs::path(out) / (base + ext)).string();
+  };
+  p.json = place(s.json, ".validacao.json");
+  p.html = place(s.html, ".validacao.html");
+  return p;
+}
+
+// Every path the command reads and writes, for FindClashes.
+std::vector<PlannedPath> PathsOf(const std::vector<Plan>& plans, const TableChoice& tables) {
+  std::vector<PlannedPath> paths;
+  for (size_t i = 0; i < plans.size(); ++i) {
+    const Plan& p = plans[i];
+    if (!p.input.problem.empty()) continue;
+    const int owner = static_cast<int>(i);
+    const bool from_stdin = p.input.path == "-";
+    const std::string of = " of " + (from_stdin ? "standard input" : p.input.path);
+    if (!from_stdin)
+      paths.push_back({p.input.path, "the input " + p.input.path, true, false, owner});
+    paths.push_back({p.xml, "the XML report" + of, false, false, owner});
+    paths.push_back({p.xml + ".parcial", "the XML report's working file" + of, false, true, owner});
+    paths.push_back({p.xml + ".trava", "the XML report's lock file" + of, false, true, owner});
+    paths.push_back({p.rcad, "the registration summary" + of, false, false, owner});
+    // Their working files are named after the process as well as the
+    // report (WriteFileAtomically): no other output can take those names.
+    for (const auto& [out, what] : {std::pair{p.json, "JSON"}, std::pair{p.html, "HTML"}}) {
+      if (out.empty() || out == "-") continue;
+      paths.push_back({out, std::string("the ") + what + " report" + of, false, false, owner});
+    }
+  }
+  if (tables.source != TableSource::kNotFound) {
+    paths.push_back(
+        {(fs::path(tables.dir) / kTableFile).string(), "the municipality table", true, false, -1});
+  }
+  return paths;
 }
 
 // Writes one JSON or HTML report: to standard output for "-", else in one
 // step to its place. False (and a message) when it could not be written.
-bool WriteReport(const std::string& path, const std::string& bytes, const char* what) {
+bool WriteReport(const std::string& path, const std::string& bytes, VolpOutput kind, bool force) {
+  const char* what = kind == VolpOutput::kJsonReport ? "JSON" : "HTML";
   if (path == "-") {
     if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size() ||
         std::fflush(stdout) != 0) {
@@ -221,17 +204,17 @@ bool WriteReport(const std::string& path, const std::string& bytes, const char* 
     }
     return true;
   }
-  std::string error;
-  if (!WriteFileAtomically(path, bytes, &error)) {
-    std::fprintf(stderr, "volp: could not write the %s report %s: %s\n", what,
-                 SafeName(path).c_str(), SafeName(error).c_str());
-    return false;
-  }
-  return true;
+  // Looked at before the first run already; again, since a run takes time.
+  std::string error = CheckReplace(path, kind, force);
+  if (error.empty() && WriteFileAtomically(path, bytes, &error)) return true;
+  std::fprintf(stderr, "volp: could not write the %s report %s: %s\n", what, SafeName(path).c_str(),
+               SafeName(error).c_str());
+  return false;
 }
 
-BatchRow RunOne(const Input& input, const Batch& b) {
+BatchRow RunOne(const Plan& plan, const Batch& b) {
   const Settings& s = *b.s;
+  const Input& input = plan.input;
   const bool from_stdin = input.path == "-";
   BatchRow row;
   row.file = from_stdin ? "-" : SafeName(input.path);
@@ -245,26 +228,12 @@ BatchRow RunOne(const Input& input, const Batch& b) {
 
   // A stream or gzip data is validated through a plain temporary copy, the
   // reports named after the original.
-  const bool gzip = !from_stdin && IsGzip(input.path);
-  std::string stem;
-  if (from_stdin) {
-    stem = (fs::path(s.report_dir) / (s.name.empty() ? "stdin" : s.name)).string();
-  } else if (!s.report_dir.empty()) {
-    stem = (fs::path(s.report_dir) / StemOf(input.path)).string();
-  } else if (gzip) {
-    // Beside the input, as if it were the file without ".gz".
-    std::string plain = input.path;
-    if (EndsWith(plain, ".gz")) plain.resize(plain.size() - 3);
-    stem = ReportPath(plain);
-    stem.resize(stem.size() - std::string(".validacao.xml").size());
-  }
   Spool spool;
   std::string path = input.path;
-  if (from_stdin || gzip) {
+  if (from_stdin || plan.gzip) {
     std::string error;
-    const std::string spool_stem =
-        from_stdin ? (s.name.empty() ? "stdin" : s.name) : StemOf(input.path);
-    if (!spool.Fill(input.path, s.report_dir, spool_stem, &g_stop, &error)) {
+    const std::string spool_stem = from_stdin ? StdinName(s) : StemOf(input.path);
+    if (!spool.Fill(input.path, s.report_dir, spool_stem, b.limits, &g_stop, &error)) {
       std::fprintf(stderr, "volp: %s\n", SafeName(error).c_str());
       if (g_stop.load()) row.verdict = "cancelled";
       return row;
@@ -281,10 +250,8 @@ BatchRow RunOne(const Input& input, const Batch& b) {
   // E#C message names the file it could not open.
   options.tables_dir = b.tables.source == TableSource::kNotFound ? "" : b.tables.dir;
   options.stop = &g_stop;
-  options.report_stem = stem;
+  options.report_stem = plan.stem;
   options.threads = s.threads;
-  CopyName(g_working_file,
-           (stem.empty() ? ReportPath(path) : stem + ".validacao.xml") + ".parcial");
 
   if (!s.quiet) {
     std::string shown = from_stdin ? "standard input" : row.file;
@@ -305,9 +272,16 @@ BatchRow RunOne(const Input& input, const Batch& b) {
   auto bar = std::make_shared<ProgressBar>(stderr, bar_on);
   options.progress = [bar](int64_t read, int64_t total) { bar->Update(read, total); };
 
+  // What a second signal takes away if it ends volp mid-run. A lock file
+  // already there belongs to another run on the same file (which this one
+  // will not get past), or to a run that was killed: the working file beside
+  // it is then not this run's to remove either.
+  const std::string lock = plan.xml + ".trava";
+  const bool ours = KindOf(lock) == PathKind::kMissing;
+  SetRunLeftovers(ours ? plan.xml + ".parcial" : "", ours ? lock : "");
   const Result result = Validate(path, options);
+  SetRunLeftovers("", "");
   bar->Finish();
-  g_working_file[0] = '\0';
 
   row.status = ExitStatus(result);
   if (!result.completed) {
@@ -331,18 +305,15 @@ BatchRow RunOne(const Input& input, const Batch& b) {
   // The reports for programs and for the browser, from the run's own
   // result: never from the text of any report.
   ReportOptions report;
-  report.input_name = from_stdin ? (s.name.empty() ? "stdin" : s.name) : input.path;
+  report.input_name = from_stdin ? StdinName(s) : input.path;
   report.decompressed = spool.decompressed();
   report.all_findings = s.json_findings == "all";
-  auto place = [&](const std::string& out, const char* ext) {
-    return b.several ? (fs::path(out) / (ReportBase(result) + ext)).string() : out;
-  };
-  if (!s.json.empty() &&
-      !WriteReport(place(s.json, ".validacao.json"), JsonReport(result, report), "JSON")) {
+  if (!plan.json.empty() &&
+      !WriteReport(plan.json, JsonReport(result, report), VolpOutput::kJsonReport, s.force)) {
     row.status = kExitNotDone;
   }
-  if (!s.html.empty() &&
-      !WriteReport(place(s.html, ".validacao.html"), HtmlReport(result, report), "HTML")) {
+  if (!plan.html.empty() &&
+      !WriteReport(plan.html, HtmlReport(result, report), VolpOutput::kHtmlReport, s.force)) {
     row.status = kExitNotDone;
   }
 
@@ -364,6 +335,7 @@ bool CheckCommand(const Settings& s, const std::vector<Input>& inputs, bool seve
     std::fprintf(stderr, "volp: %s\n", why.c_str());
     return false;
   };
+  if (inputs.empty()) return refuse("nothing to validate");
   if (stdin_count > 1) return refuse("standard input (-) can be read only once");
   if (stdin_count == 1 && s.report_dir.empty()) {
     return refuse(
@@ -379,24 +351,41 @@ bool CheckCommand(const Settings& s, const std::vector<Input>& inputs, bool seve
   if (several && s.json == "-") {
     return refuse("--json - writes one report: with several files, give --json DIR");
   }
-  // Two inputs whose reports would take the same name in one directory.
-  if (several && (!s.report_dir.empty() || !s.json.empty() || !s.html.empty())) {
-    std::vector<std::string> stems;
-    for (const Input& in : inputs) {
-      if (in.problem.empty() && !s.report_dir.empty()) {
-        stems.push_back(in.path == "-" ? (s.name.empty() ? "stdin" : s.name) : StemOf(in.path));
-      }
-    }
-    std::sort(stems.begin(), stems.end());
-    const auto twin = std::adjacent_find(stems.begin(), stems.end());
-    if (twin != stems.end()) {
-      return refuse(
-          "two inputs would write their reports under one name in the report "
-          "directory: " +
-          SafeName(*twin));
+  return true;
+}
+
+// Refuses, naming each one, a command whose outputs would land on one of its
+// inputs or on one another, or whose --json or --html would replace a file
+// that is not such a report; true when there is none.
+bool CheckOutputs(const Settings& s, const std::vector<Plan>& plans, const TableChoice& tables,
+                  bool several) {
+  std::vector<std::string> problems = FindClashes(PathsOf(plans, tables));
+  // With several files, --json and --html are directories.
+  for (const auto& [option, value] : {std::pair{"--json", &s.json}, std::pair{"--html", &s.html}}) {
+    if (!several || value->empty()) continue;
+    const PathKind kind = KindOf(*value);
+    if (kind != PathKind::kMissing && kind != PathKind::kDirectory) {
+      problems.push_back(std::string(option) + " " + *value + ": with several files it names a " +
+                         "directory, and it is " + KindName(kind));
     }
   }
-  return true;
+  for (const Plan& p : plans) {
+    if (!p.input.problem.empty()) continue;
+    for (const auto& [option, out, kind] :
+         {std::tuple{"--json", &p.json, VolpOutput::kJsonReport},
+          std::tuple{"--html", &p.html, VolpOutput::kHtmlReport}}) {
+      if (out->empty() || *out == "-") continue;
+      const std::string why = CheckReplace(*out, kind, s.force);
+      if (!why.empty()) problems.push_back(std::string(option) + ": " + *out + ": " + why);
+    }
+  }
+  for (const std::string& problem : problems) {
+    std::fprintf(stderr, "volp: %s\n", SafeName(problem).c_str());
+  }
+  if (!problems.empty()) {
+    std::fprintf(stderr, "volp: refused before any run: nothing was validated or written\n");
+  }
+  return problems.empty();
 }
 
 bool MakeDirectory(const std::string& dir, const char* what) {
@@ -411,13 +400,29 @@ bool MakeDirectory(const std::string& dir, const char* what) {
 }
 
 int RunValidate(const Settings& s, bool log_requested) {
-  const std::vector<Input> inputs = ExpandInputs(s.files);
+  std::vector<std::string> notes;
+  const std::vector<Input> inputs = ExpandInputs(s.files, &notes);
+  if (!s.quiet) {
+    for (const std::string& note : notes)
+      std::fprintf(stderr, "volp: %s\n", SafeName(note).c_str());
+  }
   bool several = inputs.size() > 1;
   for (const std::string& f : s.files) {
-    std::error_code ec;
-    if (f != "-" && fs::is_directory(f, ec)) several = true;
+    if (f != "-" && KindOf(f) == PathKind::kDirectory) several = true;
   }
   if (!CheckCommand(s, inputs, several)) return kExitNotDone;
+
+  Batch b;
+  b.s = &s;
+  b.log_requested = log_requested;
+  b.tables = FindTables(s.tables, InstalledDataDir(kTableFile), VOLP_SOURCE_DATA_DIR);
+  if (!s.max_size.empty()) ParseSize(s.max_size, &b.limits.max_bytes);  // checked by the parser
+
+  std::vector<Plan> plans;
+  plans.reserve(inputs.size());
+  for (const Input& in : inputs) plans.push_back(PlanOf(in, s, several));
+  if (!CheckOutputs(s, plans, b.tables, several)) return kExitNotDone;
+
   if (!s.report_dir.empty() && !MakeDirectory(s.report_dir, "report directory")) {
     return kExitNotDone;
   }
@@ -425,12 +430,10 @@ int RunValidate(const Settings& s, bool log_requested) {
     if (!s.json.empty() && !MakeDirectory(s.json, "JSON report directory")) return kExitNotDone;
     if (!s.html.empty() && !MakeDirectory(s.html, "HTML report directory")) return kExitNotDone;
   }
+  // Copies that killed processes left where this command may make its own.
+  RemoveStaleSpools(SpoolBase(""));
+  if (!s.report_dir.empty()) RemoveStaleSpools(s.report_dir);
 
-  Batch b;
-  b.s = &s;
-  b.log_requested = log_requested;
-  b.several = several;
-  b.tables = FindTables(s.tables, InstalledDataDir(kTableFile), VOLP_SOURCE_DATA_DIR);
   // With the JSON report on standard output, the summary goes to stderr.
   b.human = s.json == "-" ? stderr : stdout;
   const ColorMode mode = s.color == "always"  ? ColorMode::kAlways
@@ -443,24 +446,24 @@ int RunValidate(const Settings& s, bool log_requested) {
   // From here on Ctrl-C asks for a clean stop: the file being validated
   // ends as a cancelled run, and the files after it are skipped.
   g_stop.store(false);
-  InstallInterruptHandler();
+  InstallStopHandlers();
   std::vector<BatchRow> rows;
   int status = kExitValid;
-  for (const Input& input : inputs) {
+  for (const Plan& plan : plans) {
     if (several && !s.quiet && !rows.empty()) std::fputs("\n", b.human);
     BatchRow row;
     if (g_stop.load()) {
-      row.file = input.path == "-" ? "-" : SafeName(input.path);
+      row.file = plan.input.path == "-" ? "-" : SafeName(plan.input.path);
       row.verdict = "skipped";
       row.read = "-";
       row.status = kExitNotDone;
     } else {
-      row = RunOne(input, b);
+      row = RunOne(plan, b);
     }
     status = WorstStatus(status, row.status);
     rows.push_back(row);
   }
-  RemoveInterruptHandler();
+  RemoveStopHandlers();
 
   if (several && !s.quiet) {
     std::fputs(("\n" + BatchTable(rows, b.summary.width, b.summary.style)).c_str(), b.human);
@@ -486,13 +489,20 @@ constexpr const char* kValidateFooter = R"(What is checked:
 
 Inputs:
   Each FILE is validated in turn. A directory stands for its *.txt and
-  *.txt.gz files (not those of its subdirectories), in name order. Gzip data
-  (known by its first bytes, whatever the name) is decompressed into a
-  temporary copy that is validated and then removed; its size, lines and
-  SHA-256 are those of the decompressed bytes, and the summary says so. "-"
-  reads standard input (plain or gzip) the same way; it needs --report-dir,
-  and its reports are named after --name (default "stdin"). The temporary
-  copy goes in --report-dir, else in the system's temporary directory.
+  *.txt.gz regular files (not those of its subdirectories), in name order.
+  Only regular files are read: a FIFO, a device or a socket is refused. The
+  reports volp writes (known by their first bytes, whatever their names) are
+  never validated: a directory's *.rcad.txt are passed over, and one named
+  on the command line is left out with a note. Gzip data (known by its first
+  bytes, whatever the name) is decompressed into a temporary copy that is
+  validated and then removed; its size, lines and SHA-256 are those of the
+  decompressed bytes, and the summary says so. "-" reads standard input
+  (plain or gzip) the same way; it needs --report-dir, and its reports are
+  named after --name (default "stdin"). The temporary copy goes in a private
+  folder .volp-<pid>-<n> (mode 0700, the copy 0600) in --report-dir, else in
+  the system's temporary directory; it may take at most --max-size (default
+  64G) and never leaves less than 1 GiB free on its disk. Copies that killed
+  processes left there are removed when volp next starts.
 
 Report:
   <stem>.validacao.xml, where <stem> is FILE up to its last "." (a dot in a
@@ -509,7 +519,15 @@ Report:
   file's own contents as they are.
   --json OUT and --html OUT write the JSON and HTML reports; with several
   files OUT is a directory (made when missing) that receives
-  <name>.validacao.json and <name>.validacao.html for each file.
+  <name>.validacao.json and <name>.validacao.html for each file. They replace
+  only nothing, an empty file or a report of their own kind that volp wrote;
+  --force lets them replace any other regular file.
+  Before any run, volp works out every file the command writes (the XML
+  report, its .parcial working file and .trava lock, the .rcad.txt summary,
+  the JSON and HTML reports) and refuses the whole command, naming each
+  clash, when two of them are one file or one is a file the command reads
+  (x.txt beside x.txt.gz, --json naming a declaration). Paths are compared
+  as files (device and file number), not as texts.
 
 Summary:
   volp prints whether the whole file was read (if not, the line it stopped at,
@@ -534,7 +552,8 @@ Stopping a run:
   Ctrl-C (or SIGTERM) asks the run to stop at its next checkpoint (every
   100,000 lines); the report is still written and says "Validação Cancelada".
   With several files, the files not yet started are skipped. A second Ctrl-C
-  ends volp at once and removes the partial report and any temporary copy.
+  or SIGTERM, in any order, ends volp at once and removes the partial
+  report, the run's lock file and any temporary copy.
   Another process can stop the run by creating the stop file
   .parar_ValidadorVOLP-<pid> in volp's current directory (looked at every
   100,000 lines, at most every 5 seconds; volp deletes it).
@@ -543,8 +562,9 @@ Exit status (with several files, the worst of them):
   0  the file is valid: no errors (warnings allowed)
   1  the file has errors
   2  the run could not be done (bad arguments, missing or unreadable file, a
-     directory without *.txt files, no municipality table, a report or the
-     temporary copy not writable) or was cancelled
+     FIFO or device, a directory without *.txt files, no municipality table,
+     a report or the temporary copy not writable, a copy past --max-size,
+     outputs that would land on an input or on one another) or was cancelled
 )";
 
 }  // namespace
@@ -615,14 +635,15 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
       ->type_name("DIR");
   cmd->add_option("--json", settings->json,
                   "Write the JSON report to OUT (- = standard output; the summary then goes to "
-                  "stderr). With several files: a directory")
+                  "stderr). With several files: a directory. Replaces only an empty file or a "
+                  "JSON report volp wrote (see --force)")
       ->type_name("OUT");
   cmd->add_option("--json-findings", settings->json_findings,
                   "The JSON report lists the findings in groups (default) or all of them too")
       ->check(CLI::IsMember({"groups", "all"}));
   cmd->add_option("--html", settings->html,
                   "Write the HTML report (one self-contained page) to OUT. With several files: a "
-                  "directory")
+                  "directory. Replaces only an empty file or an HTML report volp wrote")
       ->type_name("OUT");
   cmd->add_option("--name", settings->name,
                   "The name of standard input's reports (default \"stdin\"): "
@@ -632,6 +653,19 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
                   "Colours in the summary: auto (on a terminal, unless NO_COLOR is set), always, "
                   "never")
       ->check(CLI::IsMember({"auto", "always", "never"}));
+  cmd->add_flag("--force", settings->force,
+                "Let --json and --html replace a file that is not a report of that kind volp "
+                "wrote (never an input or another output of the command)");
+  cmd->add_option("--max-size", settings->max_size,
+                  "The most a temporary copy of standard input or of a gzip file may take, e.g. "
+                  "512M, 10G (default 64G); a copy also always leaves 1 GiB free on its disk")
+      ->type_name("SIZE")
+      ->check(CLI::Validator(
+          [](std::string& v) -> std::string {
+            int64_t bytes = 0;
+            return ParseSize(v, &bytes) ? "" : "expected a size such as 900M, 10G or 1048576";
+          },
+          ""));
   cmd->add_flag("-q,--quiet", settings->quiet,
                 "Print nothing but failures; the exit status tells the verdict");
   cmd->callback([settings, level, dir, exit_code] {

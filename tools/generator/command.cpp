@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "cli_files.hpp"
 #include "generator/generator.hpp"
 
 namespace {
@@ -48,22 +49,25 @@ void RunGenerate(const GenerateArgs& a) {
   if (!volpgen::ParseFaults(a.faults, &o.faults, &error))
     throw CLI::ValidationError("--faults", error);
   const bool to_stdout = a.output == "-";
-  std::FILE* f = to_stdout ? stdout : std::fopen(a.output.c_str(), "wb");
-  if (f == nullptr) throw CLI::RuntimeError("cannot create " + a.output, 2);
+  // Written beside its place and renamed over it at the end: a file or a
+  // link already at the name is replaced, never written through, and a run
+  // that fails leaves nothing half-written.
+  volp::cli::FileInPlace file;
+  if (!to_stdout && !file.Open(a.output, &error))
+    throw CLI::RuntimeError("volp generate: " + error, 2);
+  std::FILE* f = to_stdout ? stdout : file.stream();
   FileSink sink(f);
   const auto start = std::chrono::steady_clock::now();
   volpgen::Summary s;
   try {
     s = volpgen::Generate(o, sink);
   } catch (const std::invalid_argument& e) {
-    if (!to_stdout) {
-      std::fclose(f);
-      std::remove(a.output.c_str());
-    }
     throw CLI::RuntimeError(std::string("volp generate: ") + e.what(), 2);
   }
-  const bool closed = to_stdout ? std::fflush(f) == 0 : std::fclose(f) == 0;
-  if (sink.failed() || !closed) throw CLI::RuntimeError("cannot write " + a.output, 2);
+  if (sink.failed()) throw CLI::RuntimeError("volp generate: cannot write " + a.output, 2);
+  if (to_stdout ? std::fflush(f) != 0 : !file.Commit(&error))
+    throw CLI::RuntimeError("volp generate: " + (to_stdout ? "cannot write " + a.output : error),
+                            2);
   const double secs =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
@@ -72,10 +76,10 @@ void RunGenerate(const GenerateArgs& a) {
     manifest = (to_stdout ? std::string("generated") : a.output) + ".manifest.json";
   if (!manifest.empty()) {
     const std::string json = volpgen::ManifestJson(o, s, a.output);
-    std::FILE* m = std::fopen(manifest.c_str(), "wb");
-    if (m == nullptr || std::fwrite(json.data(), 1, json.size(), m) != json.size() ||
-        std::fclose(m) != 0)
-      throw CLI::RuntimeError("cannot write " + manifest, 2);
+    volp::cli::FileInPlace m;
+    if (!m.Open(manifest, &error) ||
+        std::fwrite(json.data(), 1, json.size(), m.stream()) != json.size() || !m.Commit(&error))
+      throw CLI::RuntimeError("volp generate: cannot write " + manifest + ": " + error, 2);
   }
   std::FILE* info = to_stdout ? stderr : stdout;
   std::fprintf(info, "%s: %lld lines, %lld bytes, %lld transactions in %.2f s (%.0f MB/s)\n",
@@ -121,7 +125,10 @@ void AddGenerateCommand(CLI::App& app) {
       ->capture_default_str();
   sub->add_option("--uf", o.uf_fisco, "UF_FISCO, the fiscal authority's unit")
       ->capture_default_str();
-  sub->add_option("-o,--output", args->output, "Output file ('-' for standard output)")->required();
+  sub->add_option("-o,--output", args->output,
+                  "Output file ('-' for standard output); written beside it and renamed over it "
+                  "when whole")
+      ->required();
   sub->add_option("--faults", args->faults, kFaultHelp);
   sub->add_option("--manifest", args->manifest,
                   "Manifest file (default <output>.manifest.json when --faults is given)");
