@@ -72,7 +72,7 @@ struct Scenario {
   // Run in the folder; "validate" gets --today and the repository's table.
   std::vector<std::string> args;
   int status;
-  std::vector<std::string> says = {};       // each somewhere on stderr
+  std::vector<std::string> says = {};       // each somewhere in the output (stdout or stderr)
   std::vector<std::string> present = {};    // afterwards, relative to the folder
   std::vector<std::string> absent = {};     // nothing at all there, not even a link
   std::vector<std::string> unchanged = {};  // byte for byte as set up
@@ -100,7 +100,8 @@ void Play(const Scenario& c) {
   for (int i = 0; i < c.runs; ++i) {
     const test::CliRun run = test::RunCli(args, dir.path(), {}, "", 60);
     EXPECT_EQ(run.status, c.status) << "run " << i + 1 << "\n" << run.out << run.err;
-    for (const std::string& text : c.says) EXPECT_NE(run.err.find(text), std::string::npos) << text;
+    for (const std::string& text : c.says)
+      EXPECT_NE((run.err + run.out).find(text), std::string::npos) << text;
   }
 #if !defined(_WIN32)
   umask(mask);
@@ -310,6 +311,30 @@ TEST(CliHostile, NoOutputLandsOnAnInputOrOnAnotherOutput) {
 }
 
 // Only regular files are validated, and never a report volp wrote.
+// The log goes where it is said to go, or it is said that none was written.
+TEST(CliHostile, LogDirectoryIsMadeOrRefusedAndTheLogLineTellsTheTruth) {
+  const std::vector<Scenario> scenarios = {
+      {.name = "a missing log directory is made with its parents",
+       .setup = [](const Folder& f) { f.File("d1.txt", ExampleText()); },
+       .args = {"validate", "d1.txt", "--log-dir", "logs/a/b"},
+       .status = 0,
+       .says = {"ValidadorVOLP.log\n"},
+       .present = {"logs/a/b"}},
+      {.name = "a file where the log directory goes refuses the command",
+       .setup =
+           [](const Folder& f) {
+             f.File("d1.txt", ExampleText());
+             f.File("logs", "not a folder");
+           },
+       .args = {"validate", "d1.txt", "--log-dir", "logs"},
+       .status = 2,
+       .says = {"cannot make the log directory logs"},
+       .absent = {"d1.validacao.xml"},
+       .unchanged = {"logs"}},
+  };
+  for (const Scenario& c : scenarios) Play(c);
+}
+
 TEST(CliHostile, OnlyDeclarationsThatAreRegularFilesAreRead) {
   const std::vector<Scenario> scenarios = {
     {.name = "a folder validated again is valid again",

@@ -7,6 +7,7 @@
 #endif
 #include <windows.h>
 #else
+#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 #endif
@@ -103,7 +104,17 @@ BOOL WINAPI OnConsoleEvent(DWORD event) {
   return TRUE;
 }
 #else
+// The descriptor the copy of standard input or of a gzip file is reading
+// from, and /dev/null to put in its place: a read that the first signal did
+// not interrupt (it came between two reads) would otherwise wait for input
+// that may never come, the flag unseen.
+std::atomic<int> g_spool_input{-1};
+int g_devnull = -1;
+
 extern "C" void OnStopSignal(int signal_number) {
+  // dup2() is async-signal-safe: from here on the copy's reads find the end.
+  const int input = g_spool_input.load();
+  if (input >= 0 && g_devnull >= 0) dup2(g_devnull, input);
   if (g_stop.exchange(true)) {
     // The second Ctrl-C or request to terminate, in any order: end at once,
     // as the default action would, without leaving the working files behind.
@@ -129,6 +140,14 @@ void SetSpoolLeftovers(const std::string& file, const std::string& dir) {
   Publish(g_spool, file, dir);
 }
 
+void SetSpoolInput([[maybe_unused]] int fd) {
+#if !defined(_WIN32)
+  g_spool_input.store(fd);
+  // A signal that came before the descriptor was known finds it here.
+  if (fd >= 0 && g_stop.load() && g_devnull >= 0) dup2(g_devnull, fd);
+#endif
+}
+
 #if defined(_WIN32)
 void InstallStopHandlers() {
   if (g_run_over == nullptr) g_run_over = CreateEventA(nullptr, TRUE, FALSE, nullptr);
@@ -141,6 +160,7 @@ void RemoveStopHandlers() {
 }
 #else
 void InstallStopHandlers() {
+  if (g_devnull < 0) g_devnull = open("/dev/null", O_RDONLY | O_CLOEXEC);
   struct sigaction sa = {};
   sa.sa_handler = OnStopSignal;
   sigemptyset(&sa.sa_mask);

@@ -24,5 +24,9 @@ void RemoveStopHandlers();
 void SetRunLeftovers(const std::string& working_file, const std::string& lock_file);
 // The same for the temporary copy of standard input or of a gzip file.
 void SetSpoolLeftovers(const std::string& file, const std::string& dir);
+// The descriptor the copy reads from (-1: none), which the first signal
+// turns into an end of input on POSIX, so that the copy stops at once
+// wherever its reading is.
+void SetSpoolInput(int fd);
 
 }  // namespace volp::cli

@@ -239,10 +239,12 @@ bool Spool::Fill(const std::string& source, const std::string& base_dir, const s
     return false;
   }
   gzbuffer(in, 1 << 17);
+  SetSpoolInput(in_fd);
   std::string why;
   const int out = CreateExclusive(file_, &why);
   if (out < 0) {
     *error = "cannot write the temporary copy " + file_ + ": " + why;
+    SetSpoolInput(-1);  // before its number is let go
     gzclose(in);
     Remove();
     return false;
@@ -313,6 +315,7 @@ bool Spool::Fill(const std::string& source, const std::string& base_dir, const s
     if (free_bytes >= 0) free_bytes -= n;
   }
   decompressed_ = copied > 0 && gzdirect(in) == 0;
+  SetSpoolInput(-1);  // before its number is let go
   gzclose(in);
 #if defined(_WIN32)
   const bool closed = _close(out) == 0;

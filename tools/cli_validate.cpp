@@ -258,9 +258,6 @@ BatchRow RunOne(const Plan& plan, const Batch& b) {
     if (spool.decompressed()) shown += " (gzip: validated decompressed, through a temporary copy)";
     std::fprintf(b.human, "File:     %s\n", shown.c_str());
     std::fprintf(b.human, "Tables:   %s\n", TablePath(b.tables).c_str());
-    if (b.log_requested) {
-      std::fprintf(b.human, "Log:      %s/log_VOLP_%d/\n", options.log_dir.c_str(), ProcessIdNow());
-    }
     std::fflush(b.human);
   }
 
@@ -282,6 +279,17 @@ BatchRow RunOne(const Plan& plan, const Batch& b) {
   const Result result = Validate(path, options);
   SetRunLeftovers("", "");
   bar->Finish();
+  // Where the log went is said once it is known: a log directory or file
+  // that could not be made (or a link planted at its name) leaves the run
+  // without a log, and that is said instead.
+  if (b.log_requested && !s.quiet) {
+    if (!result.log_path.empty())
+      std::fprintf(b.human, "Log:      %s\n", SafeName(result.log_path).c_str());
+    else
+      std::fprintf(b.human,
+                   "Log:      none: %s/log_VOLP_%d/ could not be made or written\n",
+                   SafeName(options.log_dir).c_str(), ProcessIdNow());
+  }
 
   row.status = ExitStatus(result);
   if (!result.completed) {
@@ -426,6 +434,7 @@ int RunValidate(const Settings& s, bool log_requested) {
   if (!s.report_dir.empty() && !MakeDirectory(s.report_dir, "report directory")) {
     return kExitNotDone;
   }
+  if (!s.log_dir.empty() && !MakeDirectory(s.log_dir, "log directory")) return kExitNotDone;
   if (several) {
     if (!s.json.empty() && !MakeDirectory(s.json, "JSON report directory")) return kExitNotDone;
     if (!s.html.empty() && !MakeDirectory(s.html, "HTML report directory")) return kExitNotDone;
@@ -623,8 +632,8 @@ void AddValidateCommand(CLI::App& app, int* exit_code) {
   level->check(CLI::Range(0, 9));
   CLI::Option* dir = cmd->add_option(
       "--log-dir", settings->log_dir,
-      "Write the log under DIR/log_VOLP_<pid>/ (default: the current directory when "
-      "--log-level is given)");
+      "Write the log under DIR/log_VOLP_<pid>/; DIR is made (with its parents) when missing "
+      "(default: the current directory when --log-level is given)");
   cmd->add_option("--findings,--examples", settings->examples,
                   "Examples the summary shows under each message code (default 3; 0 shows the "
                   "codes and counts only; all findings are in the report)")

@@ -119,9 +119,10 @@ struct Result {
   std::string validation_date;
   // Wall-clock time of the whole call, in seconds.
   double elapsed_seconds = 0;
-  // The log file this call wrote to (Options::log_file); empty when it wrote
-  // none: the log was off, or its file could not be made (a log never stops
-  // a validation).
+  // The log file of this call (Options::log_file), which holds the lines up
+  // to Options::log_level; empty when there is none: the log was off, or its
+  // directory or file could not be made, or a link or anything but a regular
+  // file was at its name (a log never stops a validation).
   std::string log_path;
 
   // No errors: the report says "Arquivo validado".

@@ -42,11 +42,21 @@ void Log::VWrite(const char* fmt, va_list ap) {
     va_end(copy);
   }
   if (!enabled_) return;
+  if (!Open()) return;
+  file_.VPrintf(fmt, ap);
+  // Each line reaches the system at once: a run that ends abruptly keeps its
+  // log up to its last line.
+  file_.Flush();
+}
+
+bool Log::Open() {
+  if (!enabled_) return false;
   if (!file_.is_open() && !open_failed_) {
-    // The log directory is made on the first line; a log that cannot be
-    // written never stops a validation. The file is appended to only when it
-    // is a regular file reached without a link: a link planted at its name
-    // would otherwise have the log lines written into whatever it points at.
+    // The log directory is made on the first line (or when asked); a log
+    // that cannot be written never stops a validation. The file is appended
+    // to only when it is a regular file reached without a link: a link
+    // planted at its name would otherwise have the log lines written into
+    // whatever it points at.
     int error = 0;
     const std::string name = dir_ + platform::Separator() + "ValidadorVOLP.log";
     if (platform::MakeDirectory(dir_) && file_.OpenForAppend(name, false, &error))
@@ -54,11 +64,7 @@ void Log::VWrite(const char* fmt, va_list ap) {
     else
       open_failed_ = true;
   }
-  if (!file_.is_open()) return;
-  file_.VPrintf(fmt, ap);
-  // Each line reaches the system at once: a run that ends abruptly keeps its
-  // log up to its last line.
-  file_.Flush();
+  return file_.is_open();
 }
 
 std::string Log::written() const { return file_.is_open() ? path_ : std::string(); }

@@ -35,7 +35,10 @@ class Log {
   // that could not be done), without its line end.
   const std::string& last_error() const { return last_error_; }
   int level() const { return level_; }
-  // The log file's path once a line went to it; empty while none has.
+  // Makes the log directory and opens the log file now rather than at the
+  // first line written; false when the log is off or cannot be written.
+  bool Open();
+  // The log file's path once it is open; empty while it is not.
   std::string written() const;
 
  private:

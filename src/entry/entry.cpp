@@ -58,6 +58,9 @@ Result Validate(const std::string& path, const Options& options) {
       options.log_level,
       options.log_dir + platform::Separator() + "log_VOLP_" + std::to_string(platform::ProcessId()),
       options.log_file);
+  // Opened at once, so that the result can say where the log is, or that
+  // there is none, whatever level of lines the run writes.
+  log.Open();
   log.Write(3, "Validate(%s)\n", path.c_str());
 
   RunOptions ro;
