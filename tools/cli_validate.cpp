@@ -286,8 +286,7 @@ BatchRow RunOne(const Plan& plan, const Batch& b) {
     if (!result.log_path.empty())
       std::fprintf(b.human, "Log:      %s\n", SafeName(result.log_path).c_str());
     else
-      std::fprintf(b.human,
-                   "Log:      none: %s/log_VOLP_%d/ could not be made or written\n",
+      std::fprintf(b.human, "Log:      none: %s/log_VOLP_%d/ could not be made or written\n",
                    SafeName(options.log_dir).c_str(), ProcessIdNow());
   }
 
